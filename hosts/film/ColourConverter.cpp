@@ -1,0 +1,138 @@
+#include "film/ColourConverter.h"
+
+#include <algorithm>
+#include <cmath>
+
+#include "film/ColourRows.h"
+
+namespace film {
+namespace {
+
+void readRow(const std::uint8_t* data, std::ptrdiff_t stride, int row, bool wide, int width, float scale, float offset,
+             float* values) {
+  const std::uint8_t* start = data + row * stride;
+  if (wide)
+    CodesToValues(reinterpret_cast<const std::uint16_t*>(start), width, scale, offset, values);
+  else
+    CodesToValues(start, width, scale, offset, values);
+}
+
+void writeRow(const float* values, int width, float scale, float offset, float largest, bool wide, std::uint8_t* data,
+              std::ptrdiff_t stride, int row) {
+  std::uint8_t* start = data + row * stride;
+  if (wide)
+    ValuesToCodes(values, width, scale, offset, largest, reinterpret_cast<std::uint16_t*>(start));
+  else
+    ValuesToCodes(values, width, scale, offset, largest, start);
+}
+
+}  // namespace
+
+ColourConverter::ColourConverter(const PlaneFormat& planeFormat)
+    : format(planeFormat),
+      axisX(format.halfWidth, format.sitingX),
+      axisY(format.halfHeight, format.sitingY),
+      largestCode(std::ldexp(1.0f, format.bits) - 1.0f) {
+  const float unit = std::ldexp(1.0f, format.bits - 8);
+  lumaScale = format.fullRange ? largestCode : 219.0f * unit;
+  lumaOffset = format.fullRange ? 0.0f : 16.0f * unit;
+  chromaScale = format.fullRange ? largestCode : 224.0f * unit;
+  chromaOffset = 128.0f * unit;
+  const size_t width = static_cast<size_t>(format.width), chromaWidth = static_cast<size_t>(format.chromaWidth());
+  luma.resize(width);
+  if (format.grey) return;
+  for (std::vector<float>& row : chroma) row.resize(width);
+  coarse.resize(chromaWidth);
+  coarseBelow.resize(chromaWidth);
+  for (std::vector<float>& rows : kept) rows.resize(chromaWidth * keptRows);
+}
+
+void ColourConverter::toFloat(const ConstPlanes& planes, float* argb, std::ptrdiff_t rowBytes) {
+  const float kr = static_cast<float>(format.kr), kb = static_cast<float>(format.kb);
+  for (int row = 0; row < format.height; ++row) {
+    float* out = reinterpret_cast<float*>(reinterpret_cast<char*>(argb) + row * rowBytes);
+    readRow(planes.data[0], planes.stride[0], row, format.bits > 8, format.width, 1.0f / lumaScale,
+            -lumaOffset / lumaScale, luma.data());
+    if (format.grey) {
+      JoinGreyRow(luma.data(), format.width, out);
+      continue;
+    }
+    for (int plane = 1; plane < 3; ++plane) blendChroma(planes, plane, row, chroma[plane - 1].data());
+    JoinRow(luma.data(), chroma[0].data(), chroma[1].data(), format.width, kr, kb, out);
+  }
+}
+
+void ColourConverter::toCodes(const float* argb, std::ptrdiff_t rowBytes, const Planes& planes) {
+  const float kr = static_cast<float>(format.kr), kb = static_cast<float>(format.kb);
+  int nextChromaRow = 0;
+  for (int row = 0; row < format.height; ++row) {
+    const float* in = reinterpret_cast<const float*>(reinterpret_cast<const char*>(argb) + row * rowBytes);
+    if (format.grey) {
+      SplitGreyRow(in, format.width, kr, kb, luma.data());
+    } else {
+      SplitRow(in, format.width, kr, kb, luma.data(), chroma[0].data(), chroma[1].data());
+      for (int i = 0; i < 2; ++i) keepChroma(chroma[i].data(), row, kept[i].data());
+      writeChromaRowsThrough(planes, row, &nextChromaRow);
+    }
+    writeRow(luma.data(), format.width, lumaScale, lumaOffset, largestCode, format.bits > 8, planes.data[0],
+             planes.stride[0], row);
+  }
+}
+
+void ColourConverter::readChromaRow(const ConstPlanes& planes, int plane, int row, float* values) {
+  const int inside = std::clamp(row, 0, format.chromaHeight() - 1);
+  readRow(planes.data[plane], planes.stride[plane], inside, format.bits > 8, format.chromaWidth(), 1.0f / chromaScale,
+          -chromaOffset / chromaScale, values);
+}
+
+void ColourConverter::blendChroma(const ConstPlanes& planes, int plane, int row, float* full) {
+  float* narrow = axisX.halved ? coarse.data() : full;
+  if (axisY.halved) {
+    const int parity = row % 2, first = row / 2 + axisY.finer.from[parity];
+    const float* weight = axisY.finer.weight[parity];
+    readChromaRow(planes, plane, first, narrow);
+    if (weight[1] != 0.0f) {
+      readChromaRow(planes, plane, first + 1, coarseBelow.data());
+      BlendRows(narrow, coarseBelow.data(), format.chromaWidth(), weight[0], weight[1], narrow);
+    }
+  } else {
+    readChromaRow(planes, plane, row, narrow);
+  }
+  if (axisX.halved) WidenRow(narrow, format.width, axisX.finer, full);
+}
+
+void ColourConverter::keepChroma(const float* full, int row, float* rows) {
+  float* target = rows + static_cast<std::ptrdiff_t>(row % keptRows) * format.chromaWidth();
+  if (axisX.halved)
+    NarrowRow(full, format.width, axisX.coarser, target);
+  else
+    std::copy_n(full, format.width, target);
+}
+
+void ColourConverter::writeChromaRowsThrough(const Planes& planes, int lastLumaRow, int* next) {
+  const bool atEnd = lastLumaRow == format.height - 1;
+  for (; *next < format.chromaHeight(); ++*next) {
+    const int needed = axisY.halved ? 2 * *next + axisY.coarser.from + axisY.coarser.count - 1 : *next;
+    if (needed > lastLumaRow && !atEnd) return;
+    for (int plane = 1; plane < 3; ++plane) writeChromaRow(planes, plane, *next, kept[plane - 1].data());
+  }
+}
+
+void ColourConverter::writeChromaRow(const Planes& planes, int plane, int row, const float* rows) {
+  const int width = format.chromaWidth();
+  const auto keptRow = [&](int lumaRow) {
+    return rows + static_cast<std::ptrdiff_t>(std::clamp(lumaRow, 0, format.height - 1) % keptRows) * width;
+  };
+  const float* values = keptRow(row);
+  if (axisY.halved) {
+    const ChromaAxis::Coarser& filter = axisY.coarser;
+    const int first = 2 * row + filter.from;
+    BlendRows(keptRow(first), keptRow(first + 1), width, filter.weight[0], filter.weight[1], coarse.data());
+    for (int k = 2; k < filter.count; ++k) AddRow(keptRow(first + k), width, filter.weight[k], coarse.data());
+    values = coarse.data();
+  }
+  writeRow(values, width, chromaScale, chromaOffset, largestCode, format.bits > 8, planes.data[plane],
+           planes.stride[plane], row);
+}
+
+}  // namespace film

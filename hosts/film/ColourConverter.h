@@ -1,0 +1,45 @@
+#pragma once
+
+#include <vector>
+
+#include "film/ChromaAxis.h"
+#include "film/PlaneFormat.h"
+
+namespace film {
+
+/// Turns planes of codes into rows of float a, r, g, b and back (ITU-T H.273, equations for matrix coefficients that
+/// stand on two luma weights).
+///
+/// Nothing is rounded or clipped on the way to floats: codes outside the nominal range become values below 0 or above
+/// 1. So luma comes back to the very code, whatever the chroma is, and since `ChromaAxis` pairs its filters to that
+/// end, so does chroma (all but the last sample of an odd size with chroma between the samples).
+///
+/// One object serves one thread at a time; it holds the row buffers.
+class ColourConverter {
+ public:
+  explicit ColourConverter(const PlaneFormat& format);
+
+  /// Fills `argb`, `rowBytes` from row to row, with a = 1. Nominal black is 0 and white 1.
+  void toFloat(const ConstPlanes& planes, float* argb, std::ptrdiff_t rowBytes);
+
+  /// The nearest codes, clipped to those that the depth has; `a` isn't read, and what is not a number becomes code 0.
+  void toCodes(const float* argb, std::ptrdiff_t rowBytes, const Planes& planes);
+
+ private:
+  static constexpr int keptRows = 8;  // more than the rows that one chroma row is made from
+
+  void readChromaRow(const ConstPlanes& planes, int plane, int row, float* values);
+  void blendChroma(const ConstPlanes& planes, int plane, int row, float* full);
+  void keepChroma(const float* full, int row, float* kept);
+  void writeChromaRow(const Planes& planes, int plane, int row, const float* kept);
+  void writeChromaRowsThrough(const Planes& planes, int lastLumaRow, int* next);
+
+  PlaneFormat format;
+  ChromaAxis axisX, axisY;
+  float lumaScale, lumaOffset, chromaScale, chromaOffset, largestCode;
+  std::vector<float> luma, chroma[2];      // one row in full width
+  std::vector<float> coarse, coarseBelow;  // one row in chroma width
+  std::vector<float> kept[2];              // `keptRows` rows in chroma width, row r at r % keptRows
+};
+
+}  // namespace film

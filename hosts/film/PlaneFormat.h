@@ -1,0 +1,37 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+
+namespace film {
+
+/// Where a chroma sample lies along one axis, against the pair of luma samples that it stands for.
+enum class Siting { First, Centre, Second };
+
+/// How a picture is held as planes of whole-number codes.
+struct PlaneFormat {
+  int width = 0, height = 0;        ///< luma samples
+  int bits = 8;                     ///< 8 to 16; above 8 a sample is a 16-bit word in the machine's byte order
+  bool grey = false;                ///< no chroma planes
+  bool halfWidth = false;           ///< chroma has one column for two of luma, rounded up
+  bool halfHeight = false;          ///< chroma has one row for two of luma, rounded up
+  bool fullRange = false;           ///< luma takes all codes, not 16 to 235 (times 2 to the bits above 8)
+  double kr = 0.2126, kb = 0.0722;  ///< weights of red and blue in luma
+  Siting sitingX = Siting::First;   ///< read with `halfWidth` only
+  Siting sitingY = Siting::Centre;  ///< read with `halfHeight` only
+
+  int chromaWidth() const { return halfWidth ? (width + 1) / 2 : width; }
+  int chromaHeight() const { return halfHeight ? (height + 1) / 2 : height; }
+  int sampleBytes() const { return bits > 8 ? 2 : 1; }
+};
+
+/// Y, Cb and Cr planes in someone else's memory; `stride` is bytes from one row to the next. Grey uses the first only.
+template <class Byte>
+struct PlanesOf {
+  Byte* data[3] = {nullptr, nullptr, nullptr};
+  std::ptrdiff_t stride[3] = {0, 0, 0};
+};
+using Planes = PlanesOf<std::uint8_t>;
+using ConstPlanes = PlanesOf<const std::uint8_t>;
+
+}  // namespace film

@@ -1,0 +1,243 @@
+#include "film/ColourConverter.h"
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <cstring>
+#include <limits>
+#include <random>
+#include <string>
+#include <tuple>
+#include <vector>
+
+namespace film {
+namespace {
+
+/// A picture of codes in memory of its own.
+struct Picture {
+  explicit Picture(const PlaneFormat& planeFormat) : format(planeFormat) {
+    for (int p = 0; p < (format.grey ? 1 : 3); ++p) {
+      const int w = p ? format.chromaWidth() : format.width, h = p ? format.chromaHeight() : format.height;
+      stride[p] = w * format.sampleBytes();
+      bytes[p].resize(static_cast<size_t>(stride[p]) * static_cast<size_t>(h));
+    }
+  }
+  int code(int plane, int x, int y) const {
+    const std::uint8_t* row = bytes[plane].data() + y * stride[plane];
+    if (format.bits == 8) return row[x];
+    std::uint16_t wide;
+    std::memcpy(&wide, row + 2 * x, 2);
+    return wide;
+  }
+  void set(int plane, int x, int y, int code) {
+    std::uint8_t* row = bytes[plane].data() + y * stride[plane];
+    if (format.bits == 8) {
+      row[x] = static_cast<std::uint8_t>(code);
+    } else {
+      const auto wide = static_cast<std::uint16_t>(code);
+      std::memcpy(row + 2 * x, &wide, 2);
+    }
+  }
+  Planes planes() {
+    Planes lent;
+    for (int p = 0; p < 3; ++p) lent.data[p] = bytes[p].data(), lent.stride[p] = stride[p];
+    return lent;
+  }
+  ConstPlanes constPlanes() const {
+    ConstPlanes lent;
+    for (int p = 0; p < 3; ++p) lent.data[p] = bytes[p].data(), lent.stride[p] = stride[p];
+    return lent;
+  }
+
+  PlaneFormat format;
+  std::vector<std::uint8_t> bytes[3];
+  std::ptrdiff_t stride[3] = {0, 0, 0};
+};
+
+/// Every luma code in turn, and any chroma codes.
+Picture AllLumaCodes(const PlaneFormat& format, unsigned seed) {
+  Picture picture(format);
+  std::mt19937 random(seed);
+  const int codes = 1 << format.bits;
+  for (int y = 0, n = 0; y < format.height; ++y)
+    for (int x = 0; x < format.width; ++x, ++n) picture.set(0, x, y, n % codes);
+  if (!format.grey)
+    for (int p = 1; p < 3; ++p)
+      for (int y = 0; y < format.chromaHeight(); ++y)
+        for (int x = 0; x < format.chromaWidth(); ++x)
+          picture.set(p, x, y, static_cast<int>(random() % static_cast<unsigned>(codes)));
+  return picture;
+}
+
+Picture ThereAndBack(const Picture& picture) {
+  const PlaneFormat& format = picture.format;
+  std::vector<float> argb(static_cast<size_t>(format.width) * static_cast<size_t>(format.height) * 4);
+  ColourConverter converter(format);
+  converter.toFloat(picture.constPlanes(), argb.data(), format.width * 16);
+  Picture back(format);
+  converter.toCodes(argb.data(), format.width * 16, back.planes());
+  return back;
+}
+
+struct Sampling {
+  const char* name;
+  bool grey, halfWidth, halfHeight;
+};
+constexpr Sampling samplings[] = {{"420", false, true, true},
+                                  {"422", false, true, false},
+                                  {"444", false, false, false},
+                                  {"Grey", true, false, false}};
+
+class RoundTrip : public testing::TestWithParam<std::tuple<Sampling, int, bool>> {
+ protected:
+  PlaneFormat formatOf(int width, int height) const {
+    const auto& [sampling, bits, full] = GetParam();
+    PlaneFormat format;
+    format.width = width;
+    format.height = height;
+    format.bits = bits;
+    format.fullRange = full;
+    format.grey = sampling.grey;
+    format.halfWidth = sampling.halfWidth;
+    format.halfHeight = sampling.halfHeight;
+    return format;
+  }
+};
+
+TEST_P(RoundTrip, EveryLumaCodeComesBackWhateverTheChroma) {
+  const Picture picture = AllLumaCodes(formatOf(272, 242), 1);  // 65,824 samples: all codes of 16 bits
+  EXPECT_TRUE(ThereAndBack(picture).bytes[0] == picture.bytes[0]);
+}
+
+TEST_P(RoundTrip, ChromaComesBackWithEverySiting) {
+  for (Siting x : {Siting::First, Siting::Centre, Siting::Second})
+    for (Siting y : {Siting::First, Siting::Centre, Siting::Second}) {
+      PlaneFormat format = formatOf(64, 34);
+      format.sitingX = x;
+      format.sitingY = y;
+      const Picture picture = AllLumaCodes(format, 2);
+      const Picture back = ThereAndBack(picture);
+      for (int p = 0; p < 3; ++p)
+        EXPECT_TRUE(back.bytes[p] == picture.bytes[p])
+            << "plane " << p << ", siting " << static_cast<int>(x) << static_cast<int>(y);
+    }
+}
+
+TEST_P(RoundTrip, OddAndTinySizesKeepTheirLuma) {
+  for (int width : {1, 2, 3, 5, 7, 101})
+    for (int height : {1, 2, 3, 77}) {
+      const Picture picture = AllLumaCodes(formatOf(width, height), 3);
+      EXPECT_TRUE(ThereAndBack(picture).bytes[0] == picture.bytes[0]) << width << " x " << height;
+    }
+}
+
+TEST_P(RoundTrip, OtherMatricesToo) {
+  for (const auto& [kr, kb] : {std::pair(0.299, 0.114), std::pair(0.2627, 0.0593), std::pair(0.212, 0.087)}) {
+    PlaneFormat format = formatOf(272, 242);
+    format.kr = kr;
+    format.kb = kb;
+    const Picture picture = AllLumaCodes(format, 4);
+    EXPECT_TRUE(ThereAndBack(picture).bytes[0] == picture.bytes[0]);
+  }
+}
+
+INSTANTIATE_TEST_SUITE_P(AllFormats, RoundTrip,
+                         testing::Combine(testing::ValuesIn(samplings), testing::Values(8, 10, 12, 16),
+                                          testing::Bool()),
+                         [](const auto& each) {
+                           return std::string(std::get<0>(each.param).name) + "At" +
+                                  std::to_string(std::get<1>(each.param)) +
+                                  (std::get<2>(each.param) ? "Full" : "Limited");
+                         });
+
+PlaneFormat Format444(int width, int height) {
+  PlaneFormat format;
+  format.width = width;
+  format.height = height;
+  return format;
+}
+
+TEST(ColourConverter, NominalColoursOfBt709AreWhatTheStandardSays) {
+  // BT.709, 8 bits, limited: the 100% colour bars' codes (white, red, blue) as tabulated for it.
+  const int bars[3][3] = {{235, 128, 128}, {63, 102, 240}, {32, 240, 118}};
+  const float colours[3][3] = {{1, 1, 1}, {1, 0, 0}, {0, 0, 1}};
+  Picture picture(Format444(3, 1));
+  for (int x = 0; x < 3; ++x)
+    for (int p = 0; p < 3; ++p) picture.set(p, x, 0, bars[x][p]);
+  float argb[12];
+  ColourConverter(picture.format).toFloat(picture.constPlanes(), argb, sizeof argb);
+  for (int x = 0; x < 3; ++x) {
+    EXPECT_EQ(argb[4 * x], 1.0f);
+    for (int c = 0; c < 3; ++c) EXPECT_NEAR(argb[4 * x + 1 + c], colours[x][c], 0.006) << x << c;  // a code's rounding
+  }
+}
+
+TEST(ColourConverter, CodesOutsideTheNominalRangeGoBeyondZeroAndOne) {
+  Picture picture(Format444(2, 1));
+  for (int x = 0; x < 2; ++x)
+    for (int p = 1; p < 3; ++p) picture.set(p, x, 0, 128);
+  picture.set(0, 0, 0, 0);
+  picture.set(0, 1, 0, 255);
+  float argb[8];
+  ColourConverter(picture.format).toFloat(picture.constPlanes(), argb, sizeof argb);
+  EXPECT_NEAR(argb[1], -16.0 / 219, 1e-6);
+  EXPECT_NEAR(argb[5], 239.0 / 219, 1e-6);
+}
+
+TEST(ColourConverter, ValuesBeyondTheCodesAreClippedAndNoNumberIsZero) {
+  float argb[12] = {1, 9, 9, 9, 1, -9, -9, -9, 1, 0, 0, 0};
+  for (int c = 9; c < 12; ++c) argb[c] = std::numeric_limits<float>::quiet_NaN();
+  Picture picture(Format444(3, 1));
+  ColourConverter(picture.format).toCodes(argb, sizeof argb, picture.planes());
+  EXPECT_EQ(picture.code(0, 0, 0), 255);
+  EXPECT_EQ(picture.code(0, 1, 0), 0);
+  for (int p = 0; p < 3; ++p) EXPECT_EQ(picture.code(p, 2, 0), 0);
+}
+
+TEST(ColourConverter, EmptyPixelsBecomeBlack) {
+  const std::vector<float> argb(4 * 4 * 4, 0.0f);
+  PlaneFormat format = Format444(4, 4);
+  format.halfWidth = format.halfHeight = true;
+  format.bits = 10;
+  Picture picture(format);
+  ColourConverter(format).toCodes(argb.data(), 4 * 16, picture.planes());
+  EXPECT_EQ(picture.code(0, 3, 3), 64);
+  EXPECT_EQ(picture.code(1, 1, 1), 512);
+  EXPECT_EQ(picture.code(2, 1, 1), 512);
+}
+
+TEST(ColourConverter, ChromaIsPlacedWhereItsSitingSays) {
+  // Chroma is a ramp along x, so linear interpolation gives each luma column the ramp's value at its own place:
+  // chroma sample i lies at luma position 2i, 2i + 0.5 or 2i + 1.
+  const double shift[] = {0.0, 0.5, 1.0};
+  for (Siting siting : {Siting::First, Siting::Centre, Siting::Second}) {
+    PlaneFormat format = Format444(16, 1);
+    format.halfWidth = true;
+    format.sitingX = siting;
+    Picture picture(format);
+    for (int x = 0; x < 16; ++x) picture.set(0, x, 0, 126);
+    for (int i = 0; i < 8; ++i) picture.set(1, i, 0, 128), picture.set(2, i, 0, 128 + 8 * i);
+    float argb[64];
+    ColourConverter(format).toFloat(picture.constPlanes(), argb, sizeof argb);
+    for (int x = 2; x < 14; ++x) {
+      const double chromaCodes = 8.0 * (x - shift[static_cast<int>(siting)]) / 2.0;
+      const double red = 110.0 / 219 + 2 * (1 - 0.2126) * chromaCodes / 224;
+      EXPECT_NEAR(argb[4 * x + 1], red, 1e-5) << x;
+    }
+  }
+}
+
+TEST(ColourConverter, RowBytesMayBeLongerThanTheRow) {
+  const Picture picture = AllLumaCodes(Format444(6, 4), 5);
+  std::vector<float> argb(4 * 40, -1.0f);
+  ColourConverter converter(picture.format);
+  converter.toFloat(picture.constPlanes(), argb.data(), 160);
+  EXPECT_EQ(argb[24], -1.0f);  // the gap after a row isn't touched
+  EXPECT_EQ(argb[40], 1.0f);
+  Picture back(picture.format);
+  converter.toCodes(argb.data(), 160, back.planes());
+  EXPECT_TRUE(back.bytes[0] == picture.bytes[0]);
+}
+
+}  // namespace
+}  // namespace film
