@@ -5,6 +5,7 @@
 #include <cstring>
 #include <vector>
 
+#include "imaging/Image.h"
 #include "numerics/Matrix.h"
 #include "numerics/RIFF.h"
 
@@ -26,6 +27,9 @@ bool ReadSizes(FILE* file, int& width, int& height) {
   const int read = fscanf(file, "%254s%6d%6d%6d%c", word, &width, &height, &storedStride, &lineFeed);
   return read == 5 && std::strncmp(word, "FARY", 4) == 0 && width >= 0 && height >= 0;
 }
+
+/// To 0..maximum; what isn't a number becomes 0.
+float ClampToRange(float value, float maximum) { return value > 0.0F ? std::min(value, maximum) : 0.0F; }
 
 }  // namespace
 
@@ -123,6 +127,19 @@ bool FastArray::ConvertFromMatrix(const Matrix& matrix) {
     for (int x = 0; x < width; ++x)
       (*this)(x, y) = static_cast<float>(matrix(static_cast<unsigned>(y), static_cast<unsigned>(x)));
   return true;
+}
+
+void FastArray::ConvertToImage(Image& out, int maxValue) const {
+  out.Resize(width, height, L8);
+  const auto maximum = static_cast<float>(out.maxValue);
+  const bool stretched = static_cast<unsigned>(maxValue) != out.maxValue;
+  const int alpha = stretched ? static_cast<int>(out.maxValue) : maxValue;
+  for (int y = 0; y < height; ++y)
+    for (int x = 0; x < width; ++x) {
+      float value = data[static_cast<ptrdiff_t>(y) * width + x];
+      if (stretched) value = value / static_cast<float>(maxValue) * maximum;
+      out.SetPixel(x, y, Pixel(static_cast<int>(ClampToRange(value, maximum)), alpha));
+    }
 }
 
 bool FastArray::Load(const char* path) {

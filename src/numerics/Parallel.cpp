@@ -18,14 +18,14 @@ constexpr int mostHelpers = 255;  // of the pool, whatever processor count is as
 
 /// One call's work, on the caller's stack. `next` is shared without a lock; the rest changes under the pool's lock.
 struct Batch {
-  void (*body)(void* context, size_t index);
-  void* context;
-  size_t count, grain;
-  int helperLimit;
+  std::atomic<size_t> next{0};
+  void (*body)(void* context, size_t index) = nullptr;
+  void* context = nullptr;
+  size_t count = 0, grain = 1;  // items, and how many of them are taken at a time
+  int helperLimit = 0;
   int helpers = 0;  // pool threads at work in it
   std::exception_ptr failure;
   std::condition_variable deserted;  // the last helper left
-  alignas(64) std::atomic<size_t> next{0};
 
   bool hasWork() const { return next.load(std::memory_order_relaxed) < count; }
 };
@@ -164,7 +164,7 @@ void ApplyInParallel(int count, void* context, void (*body)(void* context, size_
     for (int index = 0; index < count; ++index) body(context, static_cast<size_t>(index));
     return;
   }
-  Batch batch{};
+  Batch batch;
   batch.body = body;
   batch.context = context;
   batch.count = static_cast<size_t>(count);
@@ -189,6 +189,7 @@ void parallel_for(void* context, int first, int last, void (*body)(void* context
   const int size = static_cast<int>((static_cast<long long>(last) - first + 1) / processors);
   if (size < 1) return;
   std::vector<ParallelStripe> stripes;
+  stripes.reserve(static_cast<size_t>(processors));
   for (int i = 0; i < processors; ++i) stripes.push_back({body, context, i * size, i * size + size});
   RunInParallel(stripes, [](ParallelStripe& stripe) { ParallelWrapper(&stripe); });
 }

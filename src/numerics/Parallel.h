@@ -1,5 +1,6 @@
 #pragma once
 
+#include <algorithm>
 #include <cstddef>
 #include <type_traits>
 #include <utility>
@@ -58,7 +59,7 @@ void RunInParallel(std::vector<Order>& orders, Work&& work) {
 /// depend on it. No allocation.
 template <typename Body>
 void ForEachStripe(int count, Body&& body) {
-  const int stripes = count < ProcessorCount() ? count : ProcessorCount();
+  const int stripes = std::min(count, ProcessorCount());
   const auto bound = [=](int k) { return static_cast<int>(static_cast<long long>(count) * k / stripes); };
   ApplyInParallel(stripes, [&](int k) { body(bound(k), bound(k + 1)); });
 }

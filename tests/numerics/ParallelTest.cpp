@@ -190,6 +190,7 @@ TEST_F(Parallel, CallsFromSeveralThreadsAtOnceComplete) {
   SetProcessorCount(3);
   std::vector<long> sums(4);
   std::vector<std::thread> callers;
+  callers.reserve(sums.size());
   for (long& sum : sums)
     callers.emplace_back([&sum] {
       for (int round = 0; round < 50; ++round) {
