@@ -147,7 +147,7 @@ bool PointSet::readComment(long length) {
   if (length > BytesLeft(pointsHandle)) return false;
   std::string text(static_cast<size_t>(length), '\0');
   if (std::fread(text.data(), 1, text.size(), pointsHandle) != text.size()) return false;
-  comment = text.c_str();  // up to its terminating zero
+  comment = text.substr(0, text.find('\0'));
   return true;
 }
 
