@@ -58,11 +58,8 @@ Image::Image(int w, int h, const Image& like) {
 
 Image::Image(int w, int h, int rowStride, PixelType t, unsigned char* data, bool own) {
   if (data == nullptr) return;
-  width = w;
-  height = h;
-  stride = rowStride;
+  adoptRows(data, w, h, rowStride);
   setPixelType(t);
-  adoptRows(data);
   ownsData = own;
 }
 
@@ -149,12 +146,9 @@ bool Image::resize(int w, int h, int rowStride) {
   const std::size_t bytes = static_cast<std::size_t>(rowStride) * static_cast<std::size_t>(h);
   auto block = NewBlock(bytes + static_cast<std::size_t>(tailBytes));
   std::fill_n(block.get() + bytes, tailBytes, static_cast<unsigned char>(0));
-  width = w;
-  height = h;
-  stride = rowStride;
-  adoptRows(block.get());
-  block.release();  // NOLINT(bugprone-unused-return-value): `rows` and `ownsData` own it now
-  return true;
+  adoptRows(block.get(), w, h, rowStride);
+  block.release();  // NOLINT(bugprone-unused-return-value): rows[0] owns it from here on
+  return true;      // NOLINT(clang-analyzer-cplusplus.NewDeleteLeaks): freeStorage gives it back
 }
 
 bool Image::ResizePlanar(int w, int h, int planes, const int* strides) {
@@ -191,11 +185,14 @@ bool Image::holdsPlanes(int h, int planes, const int* strides) const {
   return true;
 }
 
-void Image::adoptRows(unsigned char* data) {
-  const std::size_t count = static_cast<std::size_t>(std::max(height, 1));  // the first also says what to free
+void Image::adoptRows(unsigned char* data, int w, int h, int rowStride) {
+  const std::size_t count = static_cast<std::size_t>(std::max(h, 1));  // the first also says what to free
   rowTable = std::make_unique<unsigned char*[]>(count);
   rows = rowTable.get();
-  for (std::size_t i = 0; i < count; ++i) rows[i] = data + static_cast<std::ptrdiff_t>(i) * stride;
+  for (std::size_t i = 0; i < count; ++i) rows[i] = data + static_cast<std::ptrdiff_t>(i) * rowStride;
+  width = w;
+  height = h;
+  stride = rowStride;
   planar = false;
   planeCount = 0;
   std::fill_n(planeStride, 4, 0);

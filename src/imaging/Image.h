@@ -158,7 +158,7 @@ class Image {
   bool canTakePixelsOf(const Image& other) const;
   void copyFormat(const Image& other);
   void copyPixels(const Image& other);
-  void adoptRows(unsigned char* data);
+  void adoptRows(unsigned char* data, int w, int h, int rowStride);
   void freeStorage();
   std::size_t rowBytes() const;
   int planeRows(int plane) const;

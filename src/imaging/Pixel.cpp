@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <bit>
+#include <cmath>
 #include <cstdint>
 #include <limits>
 #include <span>
@@ -33,7 +34,7 @@ int Truncate(Real value) {
   constexpr int least = std::numeric_limits<int>::min(), most = std::numeric_limits<int>::max();
   if (value >= static_cast<Real>(most)) return most;
   if (value <= static_cast<Real>(least)) return least;
-  return value == value ? static_cast<int>(value) : 0;
+  return std::isnan(value) ? 0 : static_cast<int>(value);
 }
 
 int BitsOf(unsigned maxValue) { return std::bit_width(static_cast<std::uint64_t>(maxValue) + 1) - 1; }
@@ -50,9 +51,22 @@ int RaiseDepth(int v, unsigned from, unsigned to) {
 }  // namespace
 
 Pixel::Pixel(int first, int second, int third, int a, ColourSpace colourSpace) : space(colourSpace), A_(a) {
-  const int values[] = {first, second, third};
-  const int* value = values;
-  for (const Component component : ComponentsOf(space)) this->*component = *value++;
+  switch (space) {
+    case NoSpace:
+      break;
+    case Mono:
+      M_ = first;
+      break;
+    case RGB:
+      R_ = first;
+      G_ = second;
+      B_ = third;
+      break;
+    default:
+      Y_ = first;
+      U_ = second;
+      V_ = third;
+  }
 }
 
 Pixel& Pixel::operator=(int m) { return *this = Pixel(m, 255); }
