@@ -6,6 +6,8 @@
 #include <cstring>
 #include <limits>
 
+#include "imaging/PixelFormat.h"
+
 namespace Vorn {
 namespace {
 

@@ -5,10 +5,11 @@
 #include <string>
 
 #include "imaging/Pixel.h"
-#include "imaging/PixelFormat.h"
 #include "imaging/PixelType.h"
 
 namespace Vorn {
+
+struct PixelFormat;
 
 /// The container for pictures: a table of row pointers over a block of bytes, and what the bytes mean.
 ///
