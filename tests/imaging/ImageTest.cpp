@@ -428,6 +428,18 @@ TEST(Image, ResizingGoesBetweenKindsOfStorage) {
   EXPECT_EQ(image.stride, 8);
 }
 
+TEST(Image, FullChromaPlanesAreMadeAnewByEveryResizeWithAStride) {
+  unsigned char y[32] = {}, u[32] = {}, v[32] = {};
+  unsigned char* planes[] = {y, u, v};
+  const int strides[] = {8, 8, 8};
+  Image image(8, 4, strides, YUVP444, planes, false);
+  EXPECT_TRUE(image.ResizePlanar(8, 4, 3, strides));  // this form keeps them
+  EXPECT_EQ(image.rows[0], y);
+  EXPECT_TRUE(image.Resize(8, 4, 8, YUVP444));
+  EXPECT_TRUE(image.ownsData);
+  EXPECT_NE(image.rows[0], y);
+}
+
 TEST(Image, RefusedSizesAndTypesLeaveTheImageAsItWas) {
   Image image(4, 4, L8);
   EXPECT_FALSE(image.Resize(0, 4, ARGBSF));
