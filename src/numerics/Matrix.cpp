@@ -73,10 +73,9 @@ Matrix& Matrix::operator=(const Matrix& other) {
 }
 
 Matrix& Matrix::operator=(Matrix&& other) noexcept {
-  if (this != &other) {
-    loaded = false;
-    take(other);
-  }
+  if (hasSameShape(other)) return *this = std::as_const(other);  // keeps the storage that others may point into
+  loaded = false;
+  take(other);
   return *this;
 }
 

@@ -104,6 +104,8 @@ TEST(Matrix, CopiesAreDeepAndNotLoaded) {
     Matrix copy(matrix), assigned, sameShape(size, size);
     assigned = matrix;
     const double* const storage = sameShape.data;
+    sameShape = matrix * 1.0;  // a temporary gives its values, not its storage
+    EXPECT_EQ(sameShape.data, storage);
     sameShape = matrix;
     EXPECT_EQ(sameShape.data, storage);
     const Values expected = ValuesOf(matrix);
