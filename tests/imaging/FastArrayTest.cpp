@@ -2,13 +2,16 @@
 
 #include <gmock/gmock.h>
 
+#include <algorithm>
 #include <cstring>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
+#include <limits>
 #include <string>
 #include <vector>
 
+#include "imaging/Image.h"
 #include "numerics/Matrix.h"
 
 namespace Vorn {
@@ -226,6 +229,34 @@ TEST(FastArray, MatrixRowsBecomeArrayRows) {
   EXPECT_EQ(array.width, 3);
   EXPECT_EQ(array.height, 2);
   EXPECT_THAT(Elements(array), ElementsAre(1e-12F, 1, 2, 10, 11, 12));
+}
+
+std::vector<int> LumaCodes(const Image& image) {
+  std::vector<int> codes;
+  for (int y = 0; y < image.height; ++y)
+    for (int x = 0; x < image.width; ++x) codes.push_back(image(x, y).Luma());
+  return codes;
+}
+
+TEST(FastArray, ValuesOnTheImagesScaleAreClampedAndTruncated) {
+  FastArray array(3, 2);
+  const float values[] = {-3.5F, 0.9F, 100.7F, 254.99F, 255.5F, std::numeric_limits<float>::quiet_NaN()};
+  std::copy(std::begin(values), std::end(values), array.data);
+  Image image;
+  array.ConvertToImage(image, 255);
+  EXPECT_EQ(image.type, L8);
+  EXPECT_EQ(image.width, 3);
+  EXPECT_EQ(image.height, 2);
+  EXPECT_THAT(LumaCodes(image), ElementsAre(0, 0, 100, 254, 255, 0));
+}
+
+TEST(FastArray, ValuesOnAnotherScaleAreStretchedToTheImages) {
+  FastArray array(5, 1);
+  const float values[] = {-1.0F, 0.5F, 1.0F, 2.0F, 1e30F};
+  std::copy(std::begin(values), std::end(values), array.data);
+  Image image;
+  array.ConvertToImage(image, 1);
+  EXPECT_THAT(LumaCodes(image), ElementsAre(0, 127, 255, 255, 255));
 }
 
 TEST_F(FastArrayFile, HoldsSizesAsTextAndThenTheFloats) {
