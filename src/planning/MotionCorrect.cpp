@@ -38,8 +38,7 @@ MotionCorrect::MotionCorrect(int frameWidth, int frameHeight) { SetDimensions(fr
 void MotionCorrect::SetDimensions(int frameWidth, int frameHeight) {
   width = frameWidth;
   height = frameHeight;
-  const int middleX = width / 2, middleY = height / 2;
-  centre = Point2D(middleX, middleY);
+  centre = Point2D(width / 2, height / 2);  // whole pixels
 }
 
 void MotionCorrect::SetCentreMotion(const std::vector<Point2D>& path, int start, int end) {

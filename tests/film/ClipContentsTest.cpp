@@ -1,0 +1,112 @@
+#include "film/ClipContents.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "film/Clips.h"
+#include "film/Failure.h"
+#include "film/FrameSource.h"
+
+namespace film {
+namespace {
+
+using testing::AllOf;
+using testing::HasSubstr;
+using testing::MatchesRegex;
+using testing::StartsWith;
+
+std::string FailureOf(const std::string& path) {
+  try {
+    ScanClip(path, -1, 1, {});
+  } catch (const Failure& failure) {
+    return failure.what();
+  }
+  return "no failure";
+}
+
+TEST(ClipContents, FramesAreCounted) {
+  const TestFolder folder;
+  WriteTestClip(folder / "clip.mp4", 37);
+  const ClipContents contents = ScanClip(folder / "clip.mp4", -1, 0, {});
+  EXPECT_EQ(contents.identity.frames, 37);
+  EXPECT_EQ(contents.identity.width, 64);
+  EXPECT_EQ(contents.identity.height, 48);
+  EXPECT_EQ(contents.identity.timeBaseNumerator, 1);
+  EXPECT_EQ(contents.identity.timeBaseDenominator, 12800);
+  EXPECT_THAT(contents.identity.firstPacket, MatchesRegex("[0-9a-f]{16}"));
+  EXPECT_NE(contents.identity.firstPacket, contents.identity.lastPacket);
+  EXPECT_EQ(contents.warning, "");
+  EXPECT_FALSE(contents.planes.fullRange);
+  EXPECT_EQ(contents.planes.kr, 0.2126);
+}
+
+TEST(ClipContents, AKnownCountIsBelievedOnlyWhenThePacketsAgree) {
+  const TestFolder folder;
+  WriteTestClip(folder / "clip.mp4", 12);
+  int counted = 0;
+  const ScanProgress count = [&](int) { return ++counted > 0; };
+  EXPECT_EQ(ScanClip(folder / "clip.mp4", 12, 1, count).identity.frames, 12);
+  EXPECT_EQ(counted, 0);  // nothing was decoded to count
+  EXPECT_EQ(ScanClip(folder / "clip.mp4", 13, 1, count).identity.frames, 12);
+  EXPECT_GT(counted, 0);
+}
+
+TEST(ClipContents, OneFrameIsAClip) {
+  const TestFolder folder;
+  WriteTestClip(folder / "clip.mp4", 1);
+  const ClipContents contents = ScanClip(folder / "clip.mp4", -1, 1, {});
+  EXPECT_EQ(contents.identity.frames, 1);
+  EXPECT_EQ(contents.identity.firstPacket, contents.identity.lastPacket);
+}
+
+TEST(ClipContents, ACutFileIsUsedUpToItsLastWholeFrame) {
+  const TestFolder folder;
+  WriteTestClip(folder / "clip.mp4", 40);
+  const std::string bytes = ReadAll(folder / "clip.mp4");
+  WriteAll(folder / "cut.mp4", bytes.substr(0, bytes.size() * 2 / 3));
+  const ClipContents contents = ScanClip(folder / "cut.mp4", -1, 0, {});
+  EXPECT_GT(contents.identity.frames, 10);
+  EXPECT_LT(contents.identity.frames, 40);
+  EXPECT_THAT(contents.warning, AllOf(StartsWith(folder / "cut.mp4"), HasSubstr("cut short"), HasSubstr("copy it")));
+  FrameSource frames(contents, 0);
+  EXPECT_NE(frames.fetch(contents.identity.frames - 1), nullptr);
+  EXPECT_EQ(frames.fetch(contents.identity.frames), nullptr);
+}
+
+TEST(ClipContents, ADamagedFrameInTheMiddleIsRefusedByItsNumber) {
+  const TestFolder folder;
+  WriteTestClip(folder / "clip.mp4", 40);
+  std::string bytes = ReadAll(folder / "clip.mp4");
+  const size_t middle = bytes.size() / 2;
+  for (size_t i = middle; i < middle + 400; ++i) bytes[i] = static_cast<char>(bytes[i] * 7 + 13);
+  WriteAll(folder / "bad.mp4", bytes);
+  EXPECT_THAT(FailureOf(folder / "bad.mp4"),
+              AllOf(StartsWith(folder / "bad.mp4"), HasSubstr("frame "), HasSubstr("can't be decoded; repair")));
+}
+
+TEST(ClipContents, WhatIsNoVideoIsNamedWithItsRemedy) {
+  const TestFolder folder;
+  EXPECT_THAT(FailureOf(folder / "none.mp4"), AllOf(StartsWith(folder / "none.mp4"), HasSubstr("no such file")));
+  std::filesystem::create_directory(folder / "dir.mp4");
+  EXPECT_THAT(FailureOf(folder / "dir.mp4"), HasSubstr("this is a folder; name a video"));
+  WriteAll(folder / "empty.mp4", "");
+  EXPECT_THAT(FailureOf(folder / "empty.mp4"), HasSubstr("the file is empty"));
+  WriteAll(folder / "text.mp4", "no video at all\n");
+  EXPECT_THAT(FailureOf(folder / "text.mp4"), HasSubstr("not a video"));
+  WriteAll(folder / "text.txt", std::string(5000, 'x'));
+  EXPECT_THAT(FailureOf(folder / "text.txt"), HasSubstr("not a video"));
+}
+
+TEST(ClipContents, CountingCanBeCancelled) {
+  const TestFolder folder;
+  WriteTestClip(folder / "clip.mp4", 20);
+  try {
+    ScanClip(folder / "clip.mp4", -1, 1, [](int) { return false; });
+    FAIL();
+  } catch (const Failure& failure) {
+    EXPECT_EQ(failure.status, kCancelled);
+  }
+}
+
+}  // namespace
+}  // namespace film
