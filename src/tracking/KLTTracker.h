@@ -138,10 +138,9 @@ class KLTTracker : public FeatureTracker {
                       bool newOnly) const;
 
   // KLTTrackerSearch.cpp
-  void beginFrame();
+  void beginFrame(int width, int height);
   void trackForward(ArrayPyramid& current, ArrayPyramid& previous, int level);
-  void trackAll(FastArray& target, FastArray& source, int level);
-  void trackDoubtful(FastArray& target, FastArray& source, int level);
+  void trackFeatures(const std::vector<int>& indices, FastArray& target, FastArray& source, int level);
   void collectSurvivors(std::list<Point2D>& points, std::vector<FeatureStorage::TrackStatus>& statuses);
   GradientMatrix calculateGradientMatrix(const WindowPosition& position, const FastArray& gradientX,
                                          const FastArray& gradientY, const FastArray& source,
@@ -155,9 +154,9 @@ class KLTTracker : public FeatureTracker {
   void integrateIntermediateResult(int index, int level, bool backward);
 
   // KLTTrackerVerification.cpp
+  void sortIntoCells(int width, int height, bool (*takesPart)(const Feature&));
   void measureSteps();
   void rejectBlockOutliers(int width, int height);
-  void sortIntoCells(int width, int height);
   void BlockCheck(int block);
   void stageOutliers(const std::vector<int>& ids);
   void rejectOutliers();
@@ -175,6 +174,7 @@ class KLTTracker : public FeatureTracker {
   std::vector<Candidate> candidates;
   std::vector<std::uint8_t> occupied;  // a byte a pixel
   std::vector<Point2D> steps;          // how far each feature went in the last frame; 0 for those that aren't followed
+  std::vector<int> searchOrder;        // indices, near ones together, so that they find the pixels in the cache
   std::vector<int> featureCells, cellStart, cellFeatures;
   std::vector<Point2D> survivors;
 

@@ -32,7 +32,7 @@ bool KLTTracker::Track(ArrayPyramid& current, ArrayPyramid& previous, const Matr
 bool KLTTracker::Track(ArrayPyramid& current, ArrayPyramid& previous, const Matrix& prediction,
                        std::list<Point2D>& points, std::vector<FeatureStorage::TrackStatus>& statuses) {
   const bool verify = verifyAll || verifySelected;
-  beginFrame();
+  beginFrame(current[0].width, current[0].height);
   for (int level = levels - 1; level >= 0; --level) trackForward(current, previous, level);
   rejectBlockOutliers(current[0].width, current[0].height);
   if (verifySelected && !verifyAll) selectDoubtful(prediction, current[0].width, current[0].height);
@@ -43,33 +43,29 @@ bool KLTTracker::Track(ArrayPyramid& current, ArrayPyramid& previous, const Matr
   return true;
 }
 
-void KLTTracker::beginFrame() {
+void KLTTracker::beginFrame(int width, int height) {
   intermediate.assign(features.size(), LevelResult());
   const double largest = 0.75 * residualScale;
   residualThreshold = static_cast<float>(largest * largest / (window * window));
   stagedOutliers.clear();
+  sortIntoCells(width, height, [](const Feature& feature) { return feature.status < FeatureLargeResidual; });
+  searchOrder = cellFeatures;
 }
 
 void KLTTracker::trackForward(ArrayPyramid& current, ArrayPyramid& previous, int level) {
   const bool detected = framesTracked == 0 && level == 0;  // the detection on `previous` left its gradients
   if (!gradientsCurrent && !detected)
     getGradients(&previous[level], &(*gradientPyramidX)[level], &(*gradientPyramidY)[level]);
-  trackAll(current[level], previous[level], level);
+  trackFeatures(searchOrder, current[level], previous[level], level);
   integrateIntermediateResults(level, false);
 }
 
-void KLTTracker::trackAll(FastArray& target, FastArray& source, int level) {
-  const int count = static_cast<int>(features.size());
+void KLTTracker::trackFeatures(const std::vector<int>& indices, FastArray& target, FastArray& source, int level) {
+  const int count = static_cast<int>(indices.size());
   ApplyInParallel((count + featuresPerTask - 1) / featuresPerTask, [&](int task) {
     const int end = std::min(count, (task + 1) * featuresPerTask);
     for (int i = task * featuresPerTask; i < end; ++i)
-      TrackFeature(i, &target, &source, &(*gradientPyramidX)[level], &(*gradientPyramidY)[level], level);
-  });
-}
-
-void KLTTracker::trackDoubtful(FastArray& target, FastArray& source, int level) {
-  ApplyInParallel(static_cast<int>(doubtful.size()), [&](int i) {
-    TrackFeature(doubtful[i], &target, &source, &(*gradientPyramidX)[level], &(*gradientPyramidY)[level], level);
+      TrackFeature(indices[i], &target, &source, &(*gradientPyramidX)[level], &(*gradientPyramidY)[level], level);
   });
 }
 

@@ -46,29 +46,28 @@ void KLTTracker::measureSteps() {
 
 void KLTTracker::rejectBlockOutliers(int width, int height) {
   measureSteps();
-  sortIntoCells(width, height);
+  sortIntoCells(width, height, HasStep);
   ApplyInParallel(cellCount, [&](int block) { BlockCheck(block); });
   rejectOutliers();
 }
 
 // cellFeatures[cellStart[block]] up to, but excluding, cellFeatures[cellStart[block + 1]] are then the features of the
-// block at column block % 16 and row block / 16, in their order.
-void KLTTracker::sortIntoCells(int width, int height) {
+// block at column block % 16 and row block / 16, in their order. Those outside of all blocks come last.
+void KLTTracker::sortIntoCells(int width, int height, bool (*takesPart)(const Feature&)) {
   const CellLimits columns = LimitsOfCells(width), rows = LimitsOfCells(height);
   featureCells.assign(features.size(), -1);
-  cellStart.assign(cellCount + 1, 0);
+  cellStart.assign(cellCount + 2, 0);
   for (std::size_t i = 0; i < features.size(); ++i) {
-    if (!HasStep(features[i])) continue;
+    if (!takesPart(features[i])) continue;
     const Point2D& point = features[i].track.back();
     const int column = CellOf(point.x, columns), row = CellOf(point.y, rows);
-    if (column < 0 || row < 0) continue;
-    featureCells[i] = row * cellsAlong + column;
+    featureCells[i] = column < 0 || row < 0 ? cellCount : row * cellsAlong + column;
     ++cellStart[featureCells[i] + 1];
   }
   std::partial_sum(cellStart.begin(), cellStart.end(), cellStart.begin());
   cellFeatures.resize(cellStart.back());
-  std::array<int, cellCount> next;
-  std::copy_n(cellStart.begin(), cellCount, next.begin());
+  std::array<int, cellCount + 1> next;
+  std::copy_n(cellStart.begin(), next.size(), next.begin());
   for (std::size_t i = 0; i < features.size(); ++i)
     if (featureCells[i] >= 0) cellFeatures[next[featureCells[i]]++] = static_cast<int>(i);
 }
@@ -124,14 +123,15 @@ void KLTTracker::selectDoubtful(const Matrix& prediction, int width, int height)
   }
   const double medianX = Median().Get(dx), medianY = Median().Get(dy);
   const double scale = 0.5 * residualScale, largestQuality = scale * scale / (window * window);
+  const int middleX = width / 2, middleY = height / 2;  // a whole pixel
+  const auto centreX = static_cast<float>(middleX), centreY = static_cast<float>(middleY);
   const auto isLarge = [this](double distance) { return std::fabs(distance) > window; };
   doubtful.clear();
   for (std::size_t i = 0; i < features.size(); ++i) {
     const Feature& feature = features[i];
     if (!HasStep(feature)) continue;
     const Point2D& before = *(feature.track.end() - 2);
-    const Point2D predicted =
-        ProjectPoint(prediction, before, static_cast<float>(width / 2), static_cast<float>(height / 2));
+    const Point2D predicted = ProjectPoint(prediction, before, centreX, centreY);
     const bool isFastMismatch = feature.quality > largestQuality && (isLarge(dx[i]) || isLarge(dy[i]));
     const bool isUnlikeOthers = isLarge(dx[i] - medianX) || isLarge(dy[i] - medianY);
     // A distance in x against a place in x, and the median again in y: meant, the selection was settled with it.
@@ -145,10 +145,10 @@ void KLTTracker::verifyBackward(ArrayPyramid& current, ArrayPyramid& previous) {
   for (int level = levels - 1; level >= 0; --level) {
     getGradients(&current[level], &(*gradientPyramidX)[level], &(*gradientPyramidY)[level]);
     if (verifyAll) {
-      trackAll(previous[level], current[level], level);
+      trackFeatures(searchOrder, previous[level], current[level], level);
       integrateIntermediateResults(level, true);
     } else {
-      trackDoubtful(previous[level], current[level], level);
+      trackFeatures(doubtful, previous[level], current[level], level);
       integrateIntermediateResults(level, doubtful);
     }
   }

@@ -1,7 +1,6 @@
 #include "tracking/WindowSampling.h"
 
 #include <algorithm>
-#include <numeric>
 
 #include "numerics/VectorTarget.h"
 
@@ -33,7 +32,13 @@ void GatherPatch(const FastArray& image, int x, int y, int columns, int rows, fl
   }
 }
 
-double SumOfLanes(const double* lanes) { return std::accumulate(lanes, lanes + blockLanes, 0.0); }
+/// The partial sums, added in the same order everywhere.
+inline double SumOfLanes(const double* lanes) {
+  double half[8], quarter[4];
+  for (int i = 0; i < 8; ++i) half[i] = lanes[i] + lanes[i + 8];
+  for (int i = 0; i < 4; ++i) quarter[i] = half[i] + half[i + 4];
+  return (quarter[0] + quarter[2]) + (quarter[1] + quarter[3]);
+}
 
 }  // namespace
 

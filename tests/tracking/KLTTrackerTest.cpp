@@ -508,13 +508,13 @@ TEST(KLTTracker, BlockModeTakesThresholdsFromBlockMaxima) {
   t.tracker.blockMode = true;
   t.tracker.eigenvalueFraction = 0.3F;
   t.StartDetecting(frame);
-  std::vector<float> maxima(12);
+  std::vector<float> maxima;
   const auto threshold = [&](const FastArray& map, int x, int y) {
-    static bool measured = false;
-    if (!measured)
+    if (maxima.empty()) {
+      maxima.resize(12);
       for (int row = 0; row < 3; ++row)
         t.tracker.FindBlockEVMaximum(row, map.data, 200, 150, map.stride, maxima.data());
-    measured = true;
+    }
     return maxima[(y / 50) * 4 + x / 50] * 0.3F;
   };
   const std::vector<Corner> expected = SelectPlainly(t.tracker, frame, {}, threshold);
