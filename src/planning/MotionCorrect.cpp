@@ -38,7 +38,8 @@ MotionCorrect::MotionCorrect(int frameWidth, int frameHeight) { SetDimensions(fr
 void MotionCorrect::SetDimensions(int frameWidth, int frameHeight) {
   width = frameWidth;
   height = frameHeight;
-  centre = Point2D(width / 2, height / 2);  // whole pixels
+  const int middleX = width / 2, middleY = height / 2;
+  centre = Point2D(middleX, middleY);
 }
 
 void MotionCorrect::SetCentreMotion(const std::vector<Point2D>& path, int start, int end) {

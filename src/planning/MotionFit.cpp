@@ -9,8 +9,6 @@
 #include "planning/Axis.h"
 #include "planning/MotionCorrect.h"
 
-using Vorn::Point2D;
-
 namespace {
 
 /// A `Linear` section in search of its ease lengths: N frames (`frames`) from `start` over `distance` pixels, entered
@@ -39,10 +37,10 @@ constexpr double kWorstCost = 10000.0;
 bool LineSearch::addDeviation(double& error, int first, int count, double base, double speed, double curve,
                               double share, double bound) const {
   const int block = 64;
+  const double* measured = path.data() + first;
   for (int j = 0; j < count;) {
     for (const int blockEnd = std::min(count, j + block); j < blockEnd; ++j)
-      error += std::fabs(path[static_cast<std::size_t>(first + j)] -
-                         (base + j * speed + static_cast<double>(j) * j * curve));
+      error += std::fabs(measured[j] - (base + j * speed + static_cast<double>(j) * j * curve));
     if (error / share >= bound) return false;
   }
   return true;
@@ -81,8 +79,8 @@ int LineSearch::easeIn() const {
 /// The mean deviation over the section with an ease out of `ease` frames.
 double LineSearch::easeOutCost(int easeIn, int ease, double bound) const {
   const int rest = frames - easeIn;
-  const double speed =
-      (distanceBehind(easeIn) - 0.5 * gradientNext * ease) / (ease / 2 + easeIn / 2 + (rest - ease));  // whole halves
+  const int steps = ease / 2 + easeIn / 2 + (rest - ease);  // in halves of whole frames
+  const double speed = (distanceBehind(easeIn) - 0.5 * gradientNext * ease) / steps;
   const double eased = 0.5 * (speed - gradientIn) * easeIn + gradientIn * easeIn;
   double error = 0;
   if (ease > 0 && !addDeviation(error, frames - ease, ease, start + eased + (rest - ease) * speed, speed,
