@@ -93,7 +93,7 @@ bool KLTTracker::AddFeatures(const PointSet& points, int frame, const FastArray*
     features.back().start = frame;
     features.back().quality = givenQuality;
   }
-  getGradients(image, &gradientX, &gradientY);
+  if (image != nullptr) getGradients(image, &gradientX, &gradientY);
   sizeGradientPyramids();
   return true;
 }

@@ -82,6 +82,14 @@ TEST(KLTTracker, InitialiseSizesTheGradientsAndTheirPyramids) {
   EXPECT_EQ(tracker.gradientPyramidX->levels, 2);
 }
 
+TEST(KLTTracker, InitialiseRefusesSizesThatHaveNoMemory) {
+  KLTTracker tracker;
+  EXPECT_FALSE(tracker.Initialise(-1, 10));
+  EXPECT_FALSE(tracker.Initialise(10, -1));
+  EXPECT_FALSE(tracker.Initialise(std::numeric_limits<int>::max(), std::numeric_limits<int>::max()));
+  EXPECT_TRUE(tracker.Initialise(40, 30));
+}
+
 TEST(KLTTracker, ClearForgetsFeaturesAndFlags) {
   FastArray frame = WavesMovedBy(0, 0);
   Tracking t(160, 120, 2);
