@@ -281,6 +281,45 @@ class CountingModel : public ScriptedModel {
   int largest = -1;
 };
 
+// Solves with a model for which just the matches that `isInlier` names are inliers, whatever is drawn.
+template <typename Condition>
+void SolveWithInliers(LOPROSAC& solver, int count, Condition isInlier) {
+  NumberedMatches numbered(count);
+  ScriptedModel model(2);
+  model.error = [=](double, const Point2D& a, const Point2D&) {
+    return isInlier(static_cast<int>(a.x)) ? 3.9 : 4.0;  // squares: the radius of 2 is outside
+  };
+  solver.SetModel(&model);
+  solver.Solve(numbered.a, numbered.b, numbered.matches);
+}
+
+TEST_F(LOPROSACTest, StoppingPoolShrinksToTheInliersInFront) {
+  SolveWithInliers(solver, 100, [](int k) { return k < 50; });
+  // The ratio is taken on wherever 50 is significantly above what the last ratio q gives, q n + sqrt((1 - q) q
+  // n 2.706): at n = 84, 72, 63, 56 and 51. At 50 the bound is 50.6.
+  EXPECT_EQ(solver.bestSupport, 50);
+  EXPECT_EQ(solver.nStar, 51);
+  EXPECT_EQ(solver.iStar, 50);
+  EXPECT_EQ(solver.adaptiveTrials, 1);  // ln 0.05 / ln(1 - (50 / 51)^2) is 0.92
+  EXPECT_EQ(solver.trials, 21);
+}
+
+TEST_F(LOPROSACTest, StoppingPoolStaysWholeWhenInliersAreSpreadEvenly) {
+  SolveWithInliers(solver, 100, [](int k) { return k % 2 == 0; });
+  EXPECT_EQ(solver.nStar, 100);
+  EXPECT_EQ(solver.iStar, 50);
+  EXPECT_EQ(solver.adaptiveTrials, 11);  // ln 0.05 / ln(1 - 0.25) is 10.4
+}
+
+TEST_F(LOPROSACTest, InliersThatMayBeThereByChanceDoNotShrinkTheStoppingPool) {
+  SolveWithInliers(solver, 1000, [](int k) { return k < 2; });
+  EXPECT_EQ(solver.minSupport, 99);
+  EXPECT_EQ(solver.nStar, 1000);  // near 320 the ratio of 2 stands out, but chance alone would give up to 8 there
+  EXPECT_EQ(solver.iStar, 2);
+  EXPECT_EQ(solver.adaptiveTrials, 459);
+  EXPECT_GE(solver.trials, 459);  // too little support for an early stop
+}
+
 TEST_F(LOPROSACTest, FirstDrawForcesTheMatchBehindThePool) {
   NumberedMatches numbered(50);
   CountingModel model(3);
