@@ -19,6 +19,12 @@ constexpr int gridStep = 15;  // also the patch's size, so that the frame is sam
 constexpr double farthestOff = 2.0;
 constexpr double leastSum = 0.0001;
 
+/// From a patch's corner to its centre, in whole pixels.
+Point2D HalfPatch(int window) {
+  const int half = window / 2;
+  return {static_cast<double>(half), static_cast<double>(half)};
+}
+
 /// The sum of a window of an array, resampled bilinearly with its top-left corner at `corner`; false if it doesn't lie
 /// inside. The comparisons also turn down coordinates that aren't numbers.
 bool SumPatch(const FastArray& array, const Point2D& corner, int window, double& sum) {
@@ -47,7 +53,7 @@ void AGCComputer::clear() {
 float AGCComputer::calculateFrame(int frame, const FastArray* current, const FastArray* previous, const Matrix* motion,
                                   float originx, float originy, float last_gain) {
   Vorn::Log("AGCComputer: Calculate AGC for frame %d (no points)", frame);
-  const Point2D half(gridStep / 2, gridStep / 2);
+  const Point2D half = HalfPatch(gridStep);
   currentCorners.Clear();
   previousCorners.Clear();
   for (int y = 0; y < current->height; y += gridStep)
@@ -62,7 +68,7 @@ float AGCComputer::calculateFrame(int frame, const FastArray* current, const Fas
 float AGCComputer::calculateFrame(int /*frame*/, const FastArray* current, const FastArray* previous,
                                   const Matrix* motion, float originx, float originy, const PointSet* cpoints,
                                   const PointSet* ppoints, float last_gain, int window) {
-  const Point2D half(window / 2, window / 2);
+  const Point2D half = HalfPatch(window);
   currentCorners.Clear();
   previousCorners.Clear();
   const size_t pairs = std::min(cpoints->points.size(), ppoints->points.size());

@@ -33,17 +33,16 @@ std::vector<float> ReducedLine(const std::vector<float>& x) {
 
 FastArray Reduced(const FastArray& source) {
   FastArray across(source.width / 2, source.height), down(source.width / 2, source.height / 2);
+  std::vector<float> row(static_cast<size_t>(source.width)), column(static_cast<size_t>(source.height));
   for (int y = 0; y < source.height; ++y) {
-    std::vector<float> line;
-    for (int x = 0; x < source.width; ++x) line.push_back(source(x, y));
-    line = ReducedLine(line);
-    for (int x = 0; x < across.width; ++x) across(x, y) = line[static_cast<size_t>(x)];
+    for (int x = 0; x < source.width; ++x) row[static_cast<size_t>(x)] = source(x, y);
+    const std::vector<float> half = ReducedLine(row);
+    for (int x = 0; x < across.width; ++x) across(x, y) = half[static_cast<size_t>(x)];
   }
   for (int x = 0; x < across.width; ++x) {
-    std::vector<float> line;
-    for (int y = 0; y < source.height; ++y) line.push_back(across(x, y));
-    line = ReducedLine(line);
-    for (int y = 0; y < down.height; ++y) down(x, y) = line[static_cast<size_t>(y)];
+    for (int y = 0; y < source.height; ++y) column[static_cast<size_t>(y)] = across(x, y);
+    const std::vector<float> half = ReducedLine(column);
+    for (int y = 0; y < down.height; ++y) down(x, y) = half[static_cast<size_t>(y)];
   }
   return down;
 }

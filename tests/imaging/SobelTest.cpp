@@ -91,9 +91,8 @@ TEST_F(SobelTest, RespectsTheStridesOfViews) {
   target.Clear(-1000);
   FastArray input(parent, 5, 4, 20, 16), output(target, 3, 2, 18, 14);
   sobel.Filter(input, output, 1, 1.0);
-  const FastArray tight(input);
   for (int y = 0; y < 12; ++y)
-    for (int x = 0; x < 15; ++x) ASSERT_EQ(output(x, y), Gradient(tight, x, y, true));
+    for (int x = 0; x < 15; ++x) ASSERT_EQ(output(x, y), Gradient(input, x, y, true));
   EXPECT_EQ(target(2, 2), -1000);
   EXPECT_EQ(target(18, 2), -1000);
   EXPECT_EQ(target(3, 14), -1000);
