@@ -1,6 +1,7 @@
 #include "analysis/TrackerEstimator.h"
 
 #include <gtest/gtest.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <cmath>
@@ -563,7 +564,7 @@ TEST_F(TrackerEstimatorTest, StoredMotionIsTakenOver) {
 
 class LoadMotionTest : public TrackerEstimatorTest {
  protected:
-  LoadMotionTest() : folder(::testing::TempDir() + "orvane_load_motion/") {
+  LoadMotionTest() : folder(::testing::TempDir() + "orvane_load_motion" + std::to_string(getpid()) + "/") {
     std::filesystem::create_directories(folder);
     HomographySet motion;
     MotionConfidenceSet confidence;

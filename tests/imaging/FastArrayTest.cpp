@@ -1,6 +1,7 @@
 #include "imaging/FastArray.h"
 
 #include <gmock/gmock.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <cstring>
@@ -42,8 +43,8 @@ class FastArrayFile : public testing::Test {
     std::ifstream stream(path, std::ios::binary);
     return {std::istreambuf_iterator<char>(stream), {}};
   }
-  const std::string path =
-      testing::TempDir() + "FastArrayFile" + testing::UnitTest::GetInstance()->current_test_info()->name() + ".fary";
+  const std::string path = testing::TempDir() + "FastArrayFile" + std::to_string(getpid()) +
+                           testing::UnitTest::GetInstance()->current_test_info()->name() + ".fary";
 };
 
 std::string Bytes(const std::vector<float>& values) {

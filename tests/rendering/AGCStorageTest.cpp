@@ -1,6 +1,7 @@
 #include "rendering/AGCStorage.h"
 
 #include <gmock/gmock.h>
+#include <unistd.h>
 
 #include <cstring>
 #include <filesystem>
@@ -53,8 +54,8 @@ class AGCStorageTest : public testing::Test {
   }
 
   AGCStorage storage;
-  const std::string path =
-      testing::TempDir() + "AGCStorage" + testing::UnitTest::GetInstance()->current_test_info()->name() + ".gains";
+  const std::string path = testing::TempDir() + "AGCStorage" + std::to_string(getpid()) +
+                           testing::UnitTest::GetInstance()->current_test_info()->name() + ".gains";
 };
 
 TEST_F(AGCStorageTest, IsEmptyWhenConstructed) {
