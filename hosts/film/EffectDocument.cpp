@@ -1,0 +1,103 @@
+#include "film/EffectDocument.h"
+
+#include <cerrno>
+#include <cstring>
+#include <filesystem>
+#include <fstream>
+#include <utility>
+
+#include "film/Failure.h"
+#include "film/OutputFile.h"
+
+namespace film {
+namespace {
+
+using nlohmann::json;
+
+constexpr const char* remedy = "; analyse again with --again, or name another document with --effect";
+
+/// The fields that tell clips apart, with what a user calls them.
+struct IdentityField {
+  const char* key;
+  const char* words;
+  json (*value)(const ClipIdentity&);
+};
+const IdentityField identityFields[] = {
+    {"width", "frame width", [](const ClipIdentity& clip) { return json(clip.width); }},
+    {"height", "frame height", [](const ClipIdentity& clip) { return json(clip.height); }},
+    {"frames", "frame count", [](const ClipIdentity& clip) { return json(clip.frames); }},
+    {"timeBase", "time base",
+     [](const ClipIdentity& clip) {
+       return json(std::to_string(clip.timeBaseNumerator) + "/" + std::to_string(clip.timeBaseDenominator));
+     }},
+    {"firstPacket", "first packet", [](const ClipIdentity& clip) { return json(clip.firstPacket); }},
+    {"lastPacket", "last packet", [](const ClipIdentity& clip) { return json(clip.lastPacket); }},
+};
+
+bool hasShape(const json& read) {
+  for (const char* member : {"clip", "parameters", "archives"})
+    if (!read.contains(member) || !read[member].is_object()) return false;
+  return true;
+}
+
+}  // namespace
+
+EffectDocument::EffectDocument(std::string documentPath, json contents)
+    : path(std::move(documentPath)), document(std::move(contents)) {}
+
+std::optional<EffectDocument> EffectDocument::Load(const std::string& path) {
+  std::error_code error;
+  if (!std::filesystem::exists(path, error)) return std::nullopt;
+  if (std::filesystem::is_directory(path, error))
+    throw Failure(path + ": this is a folder and no effect document; name another with --effect");
+  std::ifstream in(path, std::ios::binary);
+  if (!in) throw Failure(path + ": the effect document can't be read (" + std::strerror(errno) + ")" + remedy);
+  json read = json::parse(in, nullptr, false);
+  if (read.is_discarded()) throw Failure(path + ": the effect document is damaged or was cut short" + remedy);
+  const auto version = read.is_object() ? read.find("version") : read.end();
+  if (version == read.end() || !version->is_number_integer())
+    throw Failure(path + ": this is no effect document" + remedy);
+  if (*version != currentVersion)
+    throw Failure(path + ": the effect document is of version " + version->dump() + " and this program knows version " +
+                  std::to_string(currentVersion) + remedy);
+  if (!hasShape(read)) throw Failure(path + ": the effect document is damaged" + remedy);
+  return EffectDocument(path, std::move(read));
+}
+
+void EffectDocument::checkClip(const ClipContents& contents) const {
+  const json& clip = document.at("clip");
+  for (const IdentityField& field : identityFields) {
+    const json expected = field.value(contents.identity);
+    const json found = clip.contains(field.key) ? clip[field.key] : json();
+    if (found == expected) continue;
+    throw Failure(path + ": the effect document belongs to another clip: its " + field.words + " is " + found.dump() +
+                  ", that of " + contents.path + " is " + expected.dump() + remedy);
+  }
+}
+
+int EffectDocument::frames() const {
+  const json& clip = document.at("clip");
+  const auto frames = clip.find("frames");
+  return frames != clip.end() && frames->is_number_integer() ? frames->get<int>() : -1;
+}
+
+void EffectDocument::restore(ParameterStore& parameters) const {
+  parameters.setNumbers(document.at("parameters"));
+  parameters.setArchives(document.at("archives"));
+}
+
+void EffectDocument::Save(const std::string& path, const ClipContents& contents, const ParameterStore& parameters) {
+  json clip;
+  for (const IdentityField& field : identityFields) clip[field.key] = field.value(contents.identity);
+  const json saved{{"version", currentVersion},
+                   {"clip", std::move(clip)},
+                   {"parameters", parameters.numbers()},
+                   {"archives", parameters.archives()}};
+  try {
+    OutputFile::write(path, saved.dump(1) + "\n");
+  } catch (const Failure& failure) {
+    throw Failure(std::string(failure.what()) + "; --effect FILE keeps the effect document elsewhere");
+  }
+}
+
+}  // namespace film

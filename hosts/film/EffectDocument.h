@@ -1,0 +1,43 @@
+#pragma once
+
+#include <nlohmann/json.hpp>
+#include <optional>
+#include <string>
+
+#include "film/ClipContents.h"
+#include "film/ParameterStore.h"
+
+namespace film {
+
+/// What is kept of an effect between two runs: the clip that it is applied to, the parameters' values and the stored
+/// objects. A JSON file with the members "version", "clip", "parameters" and "archives".
+class EffectDocument {
+ public:
+  static constexpr int currentVersion = 1;
+
+  /// The document that belongs to a clip unless another is named.
+  static std::string PathFor(const std::string& clipPath) { return clipPath + ".orvane.json"; }
+
+  /// Nothing if there is no such file. Fails on one that can't be read, isn't such a document or is of another version.
+  static std::optional<EffectDocument> Load(const std::string& path);
+
+  /// Fails unless the document belongs to the clip; the text names the first field that differs.
+  void checkClip(const ClipContents& contents) const;
+
+  /// What the document says of its clip's frame count, or -1.
+  int frames() const;
+
+  /// Hands the stored values to declared parameters.
+  void restore(ParameterStore& parameters) const;
+
+  /// Writes a document as a whole or not at all.
+  static void Save(const std::string& path, const ClipContents& contents, const ParameterStore& parameters);
+
+ private:
+  EffectDocument(std::string documentPath, nlohmann::json contents);
+
+  std::string path;
+  nlohmann::json document;
+};
+
+}  // namespace film
