@@ -26,21 +26,22 @@ bool Covers(const Range& r, const Range& other) { return r.first <= other.first 
 
 /// Lets `r` take in `added` if they overlap or touch; false if they do neither.
 bool Extend(Range& r, const Range& added, Wide a) {
-  if (r.first <= added.first && r.last >= added.first) {
+  const bool overlapsEnd = r.first <= added.first && r.last >= added.first;
+  const bool overlapsStart = r.first <= added.last && r.last >= added.last;
+  const bool liesWithin = r.first > added.first && r.last < added.last;
+  // The last condition leaves a span just before a short one to the start: the end would turn the short one round.
+  const bool touchesEnd = r.last - a <= added.first && r.last + a >= added.first && added.last >= r.first;
+  // A longer span just before doesn't fit here and stays apart: meant, stored ranges rely on it.
+  const bool touchesStart = r.first - a <= added.first && r.first + a >= added.last;
+
+  if (overlapsEnd || (touchesEnd && !overlapsStart && !liesWithin))
     r.last = added.last;
-  } else if (r.first <= added.last && r.last >= added.last) {
-    r.first = added.first;
-  } else if (r.first > added.first && r.last < added.last) {
+  else if (liesWithin)
     r = added;
-  } else if (r.last - a <= added.first && r.last + a >= added.first && added.last >= r.first) {
-    // The last condition leaves a new span just before a short one to the next rule: this one would turn it round.
-    r.last = added.last;
-  } else if (r.first - a <= added.first && r.first + a >= added.last) {
-    r.first =
-        added.first;  // a longer span just before doesn't fit here and stays apart: meant, stored ranges rely on it
-  } else {
+  else if (overlapsStart || touchesStart)
+    r.first = added.first;
+  else
     return false;
-  }
   return true;
 }
 

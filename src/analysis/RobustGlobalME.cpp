@@ -80,7 +80,8 @@ void RobustGlobalME::SetOptions(bool /*unused*/, bool direct, int trackDuration,
 void RobustGlobalME::SetSourceDimensions(int width, int height) {
   sourceWidth = width;
   sourceHeight = height;
-  origin = Point2D(width / 2, height / 2);  // whole pixels: integer division is meant
+  const int centreX = width / 2, centreY = height / 2;  // whole pixels
+  origin = Point2D(centreX, centreY);
   motion.originLocation = 4;
   qaMotion.originLocation = 4;
 }

@@ -15,7 +15,8 @@ class SyntheticClip {
     double x = 0, y = 0, angle = 0, scale = 1;
   };
 
-  SyntheticClip(int frameWidth, int frameHeight) : width(frameWidth), height(frameHeight) {
+  SyntheticClip(int frameWidth, int frameHeight)
+      : width(frameWidth), height(frameHeight), centreX(frameWidth / 2), centreY(frameHeight / 2) {
     unsigned state = 12345;
     const auto draw = [&state] { return ((state = state * 1664525u + 1013904223u) >> 8) / 16777216.0; };
     for (int i = 0; i < 8; ++i) {
@@ -38,12 +39,23 @@ class SyntheticClip {
     const double a = pose.scale * std::cos(pose.angle), b = pose.scale * std::sin(pose.angle);
     for (int y = 0; y < height; ++y)
       for (int x = 0; x < width; ++x) {
-        const double u = x - width / 2, v = y - height / 2;
+        const double u = x - centreX, v = y - centreY;
         const auto grey = static_cast<float>(gain * Scene(a * u - b * v + pose.x, b * u + a * v + pose.y));
         float* const pixel = &frame[(static_cast<size_t>(y) * width + x) * 4];
         pixel[1] = pixel[2] = pixel[3] = grey;
       }
     return frame;
+  }
+
+  /// Paints a disc with another piece of the scene on it over a frame: an object of its own at (x, y).
+  void PaintObject(std::vector<float>& frame, double x, double y, double radius) const {
+    for (int row = 0; row < height; ++row)
+      for (int column = 0; column < width; ++column) {
+        const double u = column - centreX - x, v = row - centreY - y;
+        if (u * u + v * v > radius * radius) continue;
+        float* const pixel = &frame[(static_cast<size_t>(row) * width + column) * 4];
+        pixel[1] = pixel[2] = pixel[3] = static_cast<float>(Scene(u + 5000, v + 7000));
+      }
   }
 
   /// What maps a frame at pose `from` to one at pose `to`, about the centre.
@@ -54,6 +66,7 @@ class SyntheticClip {
   }
 
   int width, height;
+  int centreX, centreY;  // whole pixels, as the analysis has it
 
  private:
   struct Wave {

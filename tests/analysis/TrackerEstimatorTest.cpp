@@ -214,6 +214,27 @@ TEST_F(TrackerEstimatorTest, ClipOfOneFrameIsPublished) {
   EXPECT_EQ(estimator.getAGC()->GetStart(), 7);
 }
 
+/// How far two motions take points of a grid over the frame apart, sorted.
+class Errors {
+ public:
+  explicit Errors(const SyntheticClip& scene) : clip(scene) {}
+
+  void Add(const Matrix& found, const Matrix& truth) {
+    const auto originX = static_cast<float>(clip.centreX), originY = static_cast<float>(clip.centreY);
+    for (int y = 0; y < clip.height; y += 40)
+      for (int x = 0; x < clip.width; x += 40)
+        errors.push_back(Vorn::Distance(Vorn::ProjectPoint(found, Point2D(x, y), originX, originY),
+                                        Vorn::ProjectPoint(truth, Point2D(x, y), originX, originY)));
+    std::ranges::sort(errors);
+  }
+  double Median() const { return errors[errors.size() / 2]; }
+  double Percentile95() const { return errors[errors.size() * 95 / 100]; }
+
+ private:
+  const SyntheticClip& clip;
+  std::vector<double> errors;
+};
+
 TEST_F(TrackerEstimatorTest, HandHeldMotionIsMeasured) {
   constexpr int last = 11;
   Configure(estimator, 0, last);
@@ -221,27 +242,52 @@ TEST_F(TrackerEstimatorTest, HandHeldMotionIsMeasured) {
   estimator.finaliseFrom(0, last);
   EXPECT_TRUE(estimator.motion()->IsValid());
 
-  std::vector<double> errors, similarityErrors;
+  Errors errors(clip), similarityErrors(clip);
   for (int frame = 1; frame <= last; ++frame) {
     const Matrix truth = SyntheticClip::Motion(HandHeld(frame - 1), HandHeld(frame));
     Matrix found, similarity;
     ASSERT_TRUE(estimator.motion()->Get(frame, found));
     ASSERT_TRUE(estimator.qamotion()->Get(frame, similarity));
+    errors.Add(found, truth);
+    similarityErrors.Add(similarity, truth);
     EXPECT_GT(estimator.confidence()->Get(frame), 0.9f);
-    for (int y = 0; y < kHeight; y += 40)
-      for (int x = 0; x < kWidth; x += 40) {
-        const auto project = [&](const Matrix& m) {
-          return Vorn::ProjectPoint(m, Point2D(x, y), kWidth / 2, kHeight / 2);
-        };
-        errors.push_back(Vorn::Distance(project(found), project(truth)));
-        similarityErrors.push_back(Vorn::Distance(project(similarity), project(truth)));
-      }
   }
-  std::ranges::sort(errors);
-  std::ranges::sort(similarityErrors);
-  EXPECT_LT(errors[errors.size() / 2], 0.03);  // what the analysis promises on real footage
-  EXPECT_LT(errors[errors.size() * 95 / 100], 0.08);
-  EXPECT_LT(similarityErrors[errors.size() / 2], 0.03);
+  // The search for a feature stops at steps of 0.01 pixels; the fit over many features does better in the middle.
+  EXPECT_LT(errors.Median(), 0.01);
+  EXPECT_LT(errors.Percentile95(), 0.03);
+  EXPECT_LT(similarityErrors.Median(), 0.01);
+  EXPECT_LT(similarityErrors.Percentile95(), 0.03);
+}
+
+TEST_F(TrackerEstimatorTest, MovingObjectIsIgnoredFromTheThirdFrameOn) {
+  constexpr int last = 8;
+  Errors errors(clip);
+  Configure(estimator, 0, last);
+  for (int frame = 0; frame <= last; ++frame) {
+    std::vector<float> pixels = clip.Frame(HandHeld(frame));
+    clip.PaintObject(pixels, -90 + 6 * frame, 20, 40);
+    Process(frame, pixels);
+    if (frame < 3) continue;
+    Matrix found;
+    ASSERT_TRUE(estimator.motionEstimator.motion.Get(frame, found));
+    errors.Add(found, SyntheticClip::Motion(HandHeld(frame - 1), HandHeld(frame)));
+  }
+  EXPECT_LT(errors.Median(), 0.08);
+  EXPECT_LT(errors.Percentile95(), 0.3);
+}
+
+TEST_F(TrackerEstimatorTest, MotionIsMeasuredWithSeveralProcessorsToo) {
+  Vorn::SetProcessorCount(4);
+  Errors errors(clip);
+  Configure(estimator, 0, 3);
+  for (int frame = 0; frame <= 3; ++frame) Process(frame, HandHeld(frame));
+  for (int frame = 1; frame <= 3; ++frame) {
+    Matrix found;
+    ASSERT_TRUE(estimator.motionEstimator.motion.Get(frame, found));
+    errors.Add(found, SyntheticClip::Motion(HandHeld(frame - 1), HandHeld(frame)));
+  }
+  EXPECT_LT(errors.Median(), 0.01);
+  EXPECT_LT(errors.Percentile95(), 0.03);
 }
 
 TEST_F(TrackerEstimatorTest, GainFollowsTheExposure) {
