@@ -1,0 +1,91 @@
+// Taking over a project of the standalone application in place of an analysis.
+
+#include "analysis/TrackerEstimator.h"
+#include "planning/MotionProcessorFCPX.h"
+#include "plugin/OrvaneFCPXPlugIn.h"
+#include "plugin/ParameterReader.h"
+#include "plugin/ProjectFile.h"
+#include "plugin/SerialisedEvents.h"
+#include "plugin/SerialisedMotion.h"
+#include "rendering/OutputRenderer.h"
+#include "rendering/VideoCompleter.h"
+
+void OrvaneFCPXPlugIn::doImportProject() {
+  const auto package = platform->runModalOpenPanel({"Select Orvane project", {"orvane", "ORVANE", "Orvane"}, ""});
+  if (!package) return;
+  const auto text = ReadUTF8File(*package + "/project.fpf");
+  if (!text) {
+    showAlert("OrvaneFCPX::ImportMessageBad", "OrvaneFCPX::ImportDetailsNoFPF", 0);
+    return;
+  }
+  _apiManager->apiForProtocol<FxParameterSettingAPI_v2>()->setIntValue(1, kGlobalMode, 0.0);
+
+  const auto project = ParseProjectFile(*text);
+  const bool good = project && takeProject(*project, *package);
+  if (!good)
+    showAlert("OrvaneFCPX::ImportMessageBad", "OrvaneFCPX::ImportDetailsBad", 0);
+  else if (project->hasDimensions())
+    showAlert("OrvaneFCPX::ImportMessageGood", "OrvaneFCPX::ImportDetailsGood", 1);
+  else
+    showAlert("OrvaneFCPX::ImportMessageGood", "OrvaneFCPX::ImportMissingDimensions", 0);
+}
+
+/// True if motion and events were both taken over; what could be taken over stays when a later part fails.
+bool OrvaneFCPXPlugIn::takeProject(const ProjectFile& project, const std::string& package) {
+  if (project.hasDimensions()) {
+    analysisWide = project.width;
+    analysisHigh = project.height;
+  }
+  const bool motionLoaded = loadProjectMotion(project, package);
+  if (!project.hasDimensions()) takeDimensionsOfFirstFrame();
+  if (motionLoaded) storeMotion();
+  const bool eventsLoaded = project.events && motionLoaded && loadProjectEvents(getFullPath(*project.events, package));
+
+  // A completer made here has no record of how to ask for frames, and the first render keeps it: a known limit of
+  // importing before the first render.
+  if (!ObjC_VC) ObjC_VC = std::make_unique<VideoCompleter>();
+  if (project.gains) ObjC_VC->loadGains(getFullPath(*project.gains, package).c_str());
+  if (ObjC_MP) {
+    ObjC_VC->setGlobalMotion(*ObjC_MP->actualMotion());
+    ObjC_VC->setOutputMotion(*ObjC_MP->designMotion());
+    if (ObjC_OR) ObjC_OR->setCompensatingMotion(*ObjC_MP->compensatingMotion());
+  }
+  return eventsLoaded;
+}
+
+bool OrvaneFCPXPlugIn::loadProjectMotion(const ProjectFile& project, const std::string& package) {
+  if (!project.motion) return false;
+  if (!ObjC_TRKME) ObjC_TRKME = std::make_unique<TrackerEstimator>();
+  const auto resolved = [&](const std::optional<std::string>& path) {
+    return path ? getFullPath(*path, package) : std::string();
+  };
+  const std::string motion = resolved(project.motion), rotation = resolved(project.rotation),
+                    confidence = resolved(project.confidence);
+  return ObjC_TRKME->loadMotion(motion.c_str(), project.rotation ? rotation.c_str() : nullptr,
+                                project.confidence ? confidence.c_str() : nullptr);
+}
+
+void OrvaneFCPXPlugIn::takeDimensionsOfFirstFrame() {
+  std::unique_ptr<FxImage> frame;
+  if (!_apiManager->apiForProtocol<FxTemporalImageAPI>()->getSourceBitmap(&frame, fullSizeFrameAt(0.0), 0.0)) return;
+  analysisWide = frame->width();
+  analysisHigh = frame->height();
+}
+
+bool OrvaneFCPXPlugIn::loadProjectEvents(const std::string& path) {
+  if (ObjC_MP)
+    ObjC_MP->clear();
+  else
+    ObjC_MP = std::make_unique<MotionProcessorFCPX>();
+  ObjC_MP->setWidth(analysisWide, analysisHigh);
+  const ParameterReader reader(_apiManager->apiForProtocol<FxParameterRetrievalAPI_v2>(), 0.0);
+  ObjC_MP->setGlobalMode(reader.intValue(kGlobalMode));
+  ObjC_MP->setSmoothingFactor(reader.smoothingFactor());
+  ObjC_MP->setInputMotion(*ObjC_TRKME->motion(), *ObjC_TRKME->qamotion(), *ObjC_TRKME->confidence());
+  ObjC_MP->setPriorities(reader.intValue(kEventDetection));
+  const bool loaded = ObjC_MP->loadEvents(path.c_str());
+  if (!loaded) ObjC_MP->initialiseEvents();
+  ObjC_MP->processMotion();
+  storeEvents();
+  return loaded;
+}

@@ -1,0 +1,103 @@
+#include "plugin/ProjectFile.h"
+
+#include <algorithm>
+#include <cstdlib>
+#include <fstream>
+#include <sstream>
+#include <string_view>
+
+namespace {
+
+constexpr std::string_view quotes = "\"'";
+constexpr long largestSize = 65535;  // pixels; beyond it a size is a typing error, not a frame
+
+/// Walks a section's text as the standalone application's own reader does.
+class Scanner {
+ public:
+  explicit Scanner(std::string_view text) : rest(text) {}
+
+  /// The quoted text behind the next `name`: up to a quote, over the quotes, and up to the next one. Nothing where the
+  /// name or the text is missing.
+  std::optional<std::string> attribute(std::string_view name) {
+    skipTo(rest.find(name));
+    skipTo(rest.find_first_of(quotes));
+    skipTo(rest.find_first_not_of(quotes));
+    const std::string_view text = rest.substr(0, rest.find_first_of(quotes));
+    skipTo(text.size());
+    return text.empty() ? std::nullopt : std::optional<std::string>(text);
+  }
+
+ private:
+  void skipTo(size_t position) { rest.remove_prefix(std::min(position, rest.size())); }
+
+  std::string_view rest;
+};
+
+std::string_view Trimmed(std::string_view text) {
+  const size_t first = text.find_first_not_of(" \t\r\n");
+  if (first == std::string_view::npos) return {};
+  return text.substr(first, text.find_last_not_of(" \t\r\n") - first + 1);
+}
+
+/// The text between the first `start` and the first `end` behind it.
+std::optional<std::string_view> Section(std::string_view text, std::string_view start, std::string_view end) {
+  const size_t from = text.find(start);
+  if (from == std::string_view::npos) return std::nullopt;
+  const size_t begin = from + start.size(), to = text.find(end, begin);
+  if (to == std::string_view::npos) return std::nullopt;
+  return text.substr(begin, to - begin);
+}
+
+std::optional<std::string> PathIn(std::string_view text, const std::string& tag) {
+  const auto section = Section(text, "<" + tag + ">", "</" + tag + ">");
+  return section ? std::optional<std::string>(Trimmed(*section)) : std::nullopt;
+}
+
+bool IsUTF8(std::string_view text) {
+  size_t continuation = 0;
+  for (const char c : text) {
+    const auto byte = static_cast<unsigned char>(c);
+    const bool continues = (byte & 0xC0) == 0x80;
+    if (continues != (continuation > 0)) return false;
+    if (continues)
+      --continuation;
+    else if (byte >= 0x80)
+      continuation = byte >= 0xF8 ? 4 : byte >= 0xF0 ? 3 : byte >= 0xE0 ? 2 : 1;
+    if (continuation > 3) return false;
+  }
+  return continuation == 0;
+}
+
+}  // namespace
+
+std::optional<ProjectFile> ParseProjectFile(const std::string& text) {
+  const auto sequence = Section(text, "<sequence", "</sequence>");
+  if (!sequence) return std::nullopt;
+  ProjectFile project;
+  Scanner scanner(*sequence);
+  const auto widthText = scanner.attribute("width="), heightText = scanner.attribute("height=");
+  if (widthText && heightText) {
+    const long width = std::strtol(widthText->c_str(), nullptr, 10);
+    const long height = std::strtol(heightText->c_str(), nullptr, 10);
+    const auto usable = [](long size) { return size > 0 && size <= largestSize; };
+    if (usable(width) && usable(height)) {
+      project.width = static_cast<int>(width);
+      project.height = static_cast<int>(height);
+    }
+  }
+  project.motion = PathIn(text, "motion");
+  project.rotation = PathIn(text, "premotion");
+  project.confidence = PathIn(text, "motionConfidence");
+  project.events = PathIn(text, "filters");
+  if (const auto completion = Section(text, "<completion>", "</completion>"))
+    project.gains = Scanner(*completion).attribute("source=");
+  return project;
+}
+
+std::optional<std::string> ReadUTF8File(const std::string& path) {
+  std::ifstream in(path, std::ios::binary);
+  std::ostringstream text;
+  if (in.peek() != std::ifstream::traits_type::eof()) text << in.rdbuf();  // not even a folder's fault throws here
+  if (!in || !IsUTF8(text.view())) return std::nullopt;
+  return text.str();
+}

@@ -1,0 +1,56 @@
+#include "plugin/ProjectFile.h"
+
+#include <gtest/gtest.h>
+
+#include <fstream>
+
+namespace {
+
+TEST(ProjectFile, FindsItsSectionsByTheirTags) {
+  const auto project = ParseProjectFile(
+      "<x><sequence name='a' width=\"1920\" height=\"1080\"/></sequence>"
+      "<motion>\n  data/m.set </motion><premotion>/abs/r.set</premotion><motionConfidence>c</motionConfidence>"
+      "<filters>f</filters><completion><agc source='gains 1.txt'/></completion>");
+  ASSERT_TRUE(project);
+  EXPECT_EQ(project->width, 1920);
+  EXPECT_EQ(project->height, 1080);
+  EXPECT_EQ(project->motion, "data/m.set");
+  EXPECT_EQ(project->rotation, "/abs/r.set");
+  EXPECT_EQ(project->confidence, "c");
+  EXPECT_EQ(project->events, "f");
+  EXPECT_EQ(project->gains, "gains 1.txt");
+}
+
+TEST(ProjectFile, MissingPartsAreToldApart) {
+  EXPECT_FALSE(ParseProjectFile("<motion>m</motion>"));
+  EXPECT_FALSE(ParseProjectFile("<sequence width='1' height='2'>"));
+  const auto bare = ParseProjectFile("<sequence></sequence><motion>m");
+  ASSERT_TRUE(bare);
+  EXPECT_FALSE(bare->hasDimensions());
+  EXPECT_FALSE(bare->motion);
+  EXPECT_FALSE(bare->gains);
+}
+
+TEST(ProjectFile, SizesThatAreNoneAreMissing) {
+  for (const char* attributes : {"width='640'", "height='480'", "width='a' height='b'", "width='-640' height='480'",
+                                 "width=640 height=480", "width='99999999999999999999' height='480'",
+                                 "width='0' height='0'", "width='' height=''", "width='640 height="})
+    EXPECT_FALSE(ParseProjectFile(std::string("<sequence ") + attributes + "></sequence>")->hasDimensions())
+        << attributes;
+}
+
+TEST(ProjectFile, OnlyTextInUTF8IsRead) {
+  const std::string path = testing::TempDir() + "project-file-test.fpf";
+  const auto read = [&](const std::string& bytes) {
+    std::ofstream(path, std::ios::binary) << bytes;
+    return ReadUTF8File(path);
+  };
+  EXPECT_EQ(read("plain \xC3\xA9 \xE2\x82\xAC \xF0\x9F\x8E\xA5"), "plain \xC3\xA9 \xE2\x82\xAC \xF0\x9F\x8E\xA5");
+  EXPECT_FALSE(read("\xE9t\xE9"));
+  EXPECT_FALSE(read("cut \xC3"));
+  EXPECT_FALSE(read("\xFF\xFE"));
+  EXPECT_FALSE(ReadUTF8File(testing::TempDir()));
+  EXPECT_FALSE(ReadUTF8File(path + ".missing"));
+}
+
+}  // namespace
