@@ -26,6 +26,7 @@ bool Covers(const Range& r, const Range& other) { return r.first <= other.first 
 
 /// Lets `r` take in `added` if they overlap or touch; false if they do neither.
 bool Extend(Range& r, const Range& added, Wide a) {
+  if (std::max(r.first, r.last) + a < added.first || std::min(r.first, r.last) - a > added.last) return false;
   const bool overlapsEnd = r.first <= added.first && r.last >= added.first;
   const bool overlapsStart = r.first <= added.last && r.last >= added.last;
   const bool liesWithin = r.first > added.first && r.last < added.last;
