@@ -2,7 +2,6 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include <fstream>
 #include <sstream>
 #include <string>
 #include <vector>
@@ -10,6 +9,7 @@
 #include "analysis/FileBytes.h"
 #include "analysis/HomographySet.h"
 #include "analysis/MotionConfidenceSet.h"
+#include "docs/Examples.h"
 #include "imaging/FastArray.h"
 #include "numerics/MatchSet.h"
 #include "numerics/Matrix.h"
@@ -25,24 +25,6 @@
 using testing::ElementsAre;
 
 namespace {
-
-/// The lines of the block behind the comment that names it.
-std::vector<std::string> BlockOf(const std::string& name) {
-  std::ifstream page(ORVANE_SOURCE_DIR "/docs/formats.md");
-  std::string line;
-  while (std::getline(page, line) && line != "<!-- example: " + name + " -->") continue;
-  std::getline(page, line);  // the fence
-  std::vector<std::string> lines;
-  while (std::getline(page, line) && line != "```") lines.push_back(line);
-  EXPECT_FALSE(lines.empty()) << "formats.md has no example " << name;
-  return lines;
-}
-
-std::string TextOf(const std::string& name) {
-  std::string text;
-  for (const std::string& line : BlockOf(name)) text += line + "\n";
-  return text;
-}
 
 /// Pairs of hexadecimal digits, up to a semicolon on each line.
 std::string BytesOf(const std::string& name) {
