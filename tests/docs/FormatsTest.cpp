@@ -16,6 +16,7 @@
 #include "numerics/PointSet.h"
 #include "planning/LocalCorrect.h"
 #include "plugin/FakeHost.h"
+#include "plugin/ProjectFile.h"
 #include "plugin/SerialisedAGC.h"
 #include "plugin/SerialisedEvents.h"
 #include "plugin/SerialisedMotion.h"
@@ -259,6 +260,18 @@ TEST(Formats, TheArchiveOfGainsIsAsTold) {
   const SerialisedAGC gains(coder);
   EXPECT_THAT(gains.data()->GetGains(), ElementsAre(1.0f, 0.98f));
   EXPECT_EQ(EncodedLinesOf(gains), BlockOf("archive-gains"));
+}
+
+TEST(Formats, AProjectIsAsTold) {
+  const auto project = ParseProjectFile(TextOf("project"));
+  ASSERT_TRUE(project);
+  EXPECT_EQ(project->width, 1920);
+  EXPECT_EQ(project->height, 1080);
+  EXPECT_EQ(project->motion, "motion.set");
+  EXPECT_EQ(project->rotation, "rotation.set");
+  EXPECT_EQ(project->confidence, "motion.mconf");
+  EXPECT_EQ(project->events, "/data/beach.mfp");
+  EXPECT_EQ(project->gains, "gains.agc");
 }
 
 TEST(Formats, AStringsFileIsAsTold) {
