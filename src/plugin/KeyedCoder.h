@@ -23,8 +23,9 @@ class KeyedCoder {
   virtual double decodeDoubleForKey(const std::string& key) const = 0;
   virtual bool decodeBoolForKey(const std::string& key) const = 0;
 
-  /// How many keys are stored: what bounds the loops of a reader whose counts come from a damaged archive.
-  virtual long numberOfValues() const = 0;
+  /// How many keys are stored: what bounds the loops of a reader whose counts come from a damaged archive. A coder
+  /// that can't tell keeps this default, more frames than any clip has.
+  virtual long numberOfValues() const { return 10'000'000; }
 };
 
 /// What a host can keep in a custom parameter: it writes itself to a coder and makes its like from one.

@@ -1,5 +1,7 @@
 #include "plugin/SerialisedMotion.h"
 
+#include <algorithm>
+
 #include "plugin/KeyedFormat.h"
 
 using Vorn::HomographySet;
@@ -44,7 +46,7 @@ void EncodeConfidence(const MotionConfidenceSet& confidence, KeyedCoder& coder) 
 void DecodeConfidence(const KeyedCoder& coder, MotionConfidenceSet& confidence) {
   const long first = coder.decodeIntegerForKey("conf_start"), last = coder.decodeIntegerForKey("conf_end");
   const bool isEmpty = first == -1 && last == -1;
-  if (isEmpty || last - first >= coder.numberOfValues()) return;  // more frames than values: a damaged archive
+  if (isEmpty || !IsSpanOfFrames(first, last, coder.numberOfValues())) return;  // turned round, or damaged
   for (int frame = static_cast<int>(first); frame <= last; ++frame)
     confidence.Set(frame, coder.decodeFloatForKey(IndexedKey("conf_val", frame)));
 }
@@ -54,9 +56,8 @@ void DecodeConfidence(const KeyedCoder& coder, MotionConfidenceSet& confidence) 
 SerialisedMotion::SerialisedMotion(const KeyedCoder& coder) {
   width = static_cast<int>(coder.decodeIntegerForKey("width"));
   height = static_cast<int>(coder.decodeIntegerForKey("height"));
-  motion.start = quasiAffineMotion.start = static_cast<int>(coder.decodeIntegerForKey("start"));
-  motion.end = quasiAffineMotion.end = static_cast<int>(coder.decodeIntegerForKey("end"));
   const std::vector<Range> ranges = DecodeRanges(coder);
+  decodeSpan(coder, ranges);
   for (const Range& range : ranges) motion.AppendRange(range.first, range.last);
   quasiAffineMotion.SetRanges(motion.range);
   for (const Range& range : ranges)
@@ -77,6 +78,19 @@ void SerialisedMotion::encodeWithCoder(KeyedCoder& coder) const {
 
 std::shared_ptr<const KeyedCodable> SerialisedMotion::decodedWithCoder(const KeyedCoder& coder) const {
   return std::make_shared<SerialisedMotion>(coder);
+}
+
+/// Takes the stored `start` and `end`, unless they ask planning to walk more frames than the archive can have.
+void SerialisedMotion::decodeSpan(const KeyedCoder& coder, const std::vector<Range>& ranges) {
+  const long start = coder.decodeIntegerForKey("start"), end = coder.decodeIntegerForKey("end");
+  long lowest = start, highest = end;
+  for (const Range& range : ranges) {
+    lowest = std::min<long>(lowest, range.first);
+    highest = std::max<long>(highest, range.last);
+  }
+  if (start > end || !IsSpanOfFrames(lowest, highest, MostFramesOf(coder))) return;
+  motion.start = quasiAffineMotion.start = static_cast<int>(start);
+  motion.end = quasiAffineMotion.end = static_cast<int>(end);
 }
 
 void SerialisedMotion::decodeFrame(const KeyedCoder& coder, int frame) {

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <memory>
+#include <vector>
 
 #include "analysis/HomographySet.h"
 #include "analysis/MotionConfidenceSet.h"
@@ -30,6 +31,7 @@ class SerialisedMotion : public KeyedCodable {
   void setAnalysisWidth(int width, int height);
 
  private:
+  void decodeSpan(const KeyedCoder& coder, const std::vector<Vorn::Range>& ranges);
   void decodeFrame(const KeyedCoder& coder, int frame);
 
   Vorn::HomographySet motion;

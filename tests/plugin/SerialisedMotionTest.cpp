@@ -147,4 +147,53 @@ TEST(SerialisedMotion, ADamagedArchiveNeitherHangsNorFillsTheMemory) {
   EXPECT_TRUE(back.getConfidence()->index.empty());
 }
 
+TEST(SerialisedMotion, FramesAtTheEndOfTheNumbersAreRefused) {
+  MemoryCoder coder;
+  coder.encodeInteger(3, "num_ranges");
+  coder.encodeInteger(2147483646, "range0_first");
+  coder.encodeInteger(2147483647, "range0_last");
+  coder.encodeInteger(5, "range1_first");
+  coder.encodeInteger(6, "range1_last");
+  coder.encodeInteger(900000000, "range2_first");  // alone it would do
+  coder.encodeInteger(900000000, "range2_last");
+  coder.encodeInteger(0, "start");
+  coder.encodeInteger(2000000000, "end");
+  coder.encodeInteger(2147483647, "conf_start");
+  coder.encodeInteger(2147483650, "conf_end");
+  const SerialisedMotion back(coder);
+  EXPECT_EQ(back.getMotion()->start, 5);
+  EXPECT_EQ(back.getMotion()->end, 6);
+  EXPECT_EQ(back.getQAMotion()->end, 6);
+  EXPECT_EQ(back.getMotion()->hset.size(), 2u);
+  EXPECT_TRUE(back.getConfidence()->index.empty());
+}
+
+TEST(SerialisedMotion, StartAndEndAreThoseStoredEvenBeyondTheRanges) {
+  MemoryCoder coder;
+  coder.encodeInteger(1, "num_ranges");
+  coder.encodeInteger(5, "range0_first");
+  coder.encodeInteger(6, "range0_last");
+  coder.encodeInteger(3, "start");
+  coder.encodeInteger(90, "end");
+  const SerialisedMotion back(coder);
+  EXPECT_EQ(back.getMotion()->start, 3);
+  EXPECT_EQ(back.getMotion()->end, 90);
+  EXPECT_EQ(back.getQAMotion()->start, 5) << "its ranges are set whole, and the span follows them";
+  EXPECT_EQ(back.getQAMotion()->end, 6);
+}
+
+/// A host's coder that doesn't count its values.
+class CoderWithoutACount : public MemoryCoder {
+ public:
+  long numberOfValues() const override { return KeyedCoder::numberOfValues(); }
+};
+
+TEST(SerialisedMotion, NeedsNoCountOfTheValues) {
+  CoderWithoutACount coder;
+  TwoStretches().encodeWithCoder(coder);
+  const SerialisedMotion back(coder);
+  EXPECT_EQ(back.getMotion()->hset.size(), 3u);
+  EXPECT_EQ(back.getConfidence()->end, 20);
+}
+
 }  // namespace
