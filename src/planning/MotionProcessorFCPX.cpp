@@ -196,8 +196,8 @@ void MotionProcessorFCPX::initialiseEvents() {
   findGoodFrames(horizontal);
 }
 
-bool MotionProcessorFCPX::loadEvents(const char* path) {
-  const bool loaded = lcf->Load(path);
+bool MotionProcessorFCPX::loadEvents(const std::string& path) {
+  const bool loaded = lcf->Load(path.c_str());
   if (loaded) findGoodFrames(lcf->eventsX);
   return loaded;
 }

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <memory>
+#include <string>
 #include <vector>
 
 #include "analysis/HomographySet.h"
@@ -52,7 +53,7 @@ class MotionProcessorFCPX {
   void processMotion();
 
   /// Reads events and fits from a file; false if it can't be read.
-  bool loadEvents(const char* path);
+  bool loadEvents(const std::string& path);
   /// Installs stored events and fits in place of `initialiseEvents`.
   void setLoadedEventsH(const std::vector<MotionInterval>& eventsH, const std::vector<MotionInterval>& eventsV,
                         const std::vector<MotionFixParams>& filtX, const std::vector<MotionFixParams>& filtY);

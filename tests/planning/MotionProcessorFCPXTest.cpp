@@ -3,7 +3,9 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
+#include <cstdio>
 #include <functional>
+#include <string>
 
 #include "numerics/Geometry.h"
 
@@ -341,6 +343,25 @@ TEST(MotionProcessorFCPX, StoredEventsAreTakenAsTheyAre) {
   for (int frame = 0; frame <= 120; ++frame)
     for (int k = 0; k < 9; ++k)
       EXPECT_EQ(At(*reloaded.compensatingMotion(), frame).data[k], At(*fresh.compensatingMotion(), frame).data[k]);
+}
+
+TEST(MotionProcessorFCPX, EventsComeFromAFile) {
+  const std::string path = testing::TempDir() + "EventsComeFromAFile.mfp";
+  LocalCorrect store(nullptr);
+  const std::vector<MotionInterval> events = {
+      {0, 49, MotionStill, false}, {50, 70, MotionBroken, false}, {71, 120, MotionMoving, true}};
+  const std::vector<MotionFixParams> fits = {
+      {Hold, 0, 0, 0, 0, 0, 2, 2}, {None, 0, 0, 0, 0, 0, 0, 0}, {Linear, 0.5f, 0, 0, 50, 0, 0, 25}};
+  store.SetFromData(events, events, fits, fits);
+  ASSERT_TRUE(store.Save(path.c_str()));
+  MotionProcessorFCPX processor;
+  ASSERT_TRUE(processor.loadEvents(path));
+  EXPECT_EQ(*processor.filtersX(), fits);
+  ASSERT_EQ(processor.eventsY()->size(), 3u);
+  EXPECT_TRUE(processor.eventsY()->back().cut);
+  EXPECT_EQ(*processor.goodFrames(), (std::vector<unsigned>{0, 49, 71, 120}));
+  EXPECT_FALSE(processor.loadEvents(path + ".missing"));
+  std::remove(path.c_str());
 }
 
 TEST(MotionProcessorFCPX, ClearForgetsEventsAndFits) {
