@@ -20,9 +20,10 @@ Point2D Entry(const std::vector<Point2D>& path, int start, int frame) {
 
 /// Cuts both ease lengths down to `frames` in all, in proportion.
 void ShortenEases(int frames, MotionFixParams& params) {
-  const double scale = frames / (static_cast<double>(params.ease_in) + params.ease_out);
-  params.ease_in = static_cast<int>(params.ease_in * scale);
-  params.ease_out = static_cast<int>(params.ease_out * scale);
+  // The product first: a share that is whole stays whole.
+  const double whole = static_cast<double>(params.ease_in) + params.ease_out;
+  params.ease_in = static_cast<int>(static_cast<double>(params.ease_in) * frames / whole);
+  params.ease_out = static_cast<int>(static_cast<double>(params.ease_out) * frames / whole);
 }
 
 }  // namespace

@@ -663,6 +663,16 @@ TEST(AdjustLinear, EasesThatDoNotFitAreCutInProportion) {
   EXPECT_FLOAT_EQ(out.gradient, 30.0f / 5.5f);
 }
 
+TEST(AdjustLinear, AnEaseThatIsCutToAllFramesTakesAllOfThem) {
+  const MotionCorrect correct(640, 480);
+  const Events events = {{0, 15, 0, false}};
+  MotionFixParams out = {Linear, 0, 0, 22, 0, 0, 0, 30};
+  EXPECT_TRUE(correct.AdjustLinear(0, 0, events, {out}, out));
+  EXPECT_EQ(out.ease_in, 15);
+  EXPECT_EQ(out.linear_period, 0);
+  EXPECT_FLOAT_EQ(out.gradient, 4.0f);  // 30 pixels at half of it on average
+}
+
 TEST(AdjustLinear, LeavesOtherSectionsAndEmptyOnesSound) {
   const MotionCorrect correct(640, 480);
   MotionFixParams out = HoldAt(3);
