@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cmath>
 #include <iostream>
+#include <limits>
 
 #include "numerics/Geometry.h"
 #include "numerics/SVD.h"
@@ -27,6 +28,13 @@ Rectangle Intersection(const Rectangle& a, const Rectangle& b) {
 
 Rectangle Union(const Rectangle& a, const Rectangle& b) {
   return {std::min(a.tlx, b.tlx), std::min(a.tly, b.tly), std::max(a.brx, b.brx), std::max(a.bry, b.bry)};
+}
+
+/// How many pixels lie from `first` to `last`; at the edge of int if there are more.
+int SizeOf(int first, int last) {
+  const long long size = 1LL + last - first;
+  return static_cast<int>(
+      std::clamp<long long>(size, std::numeric_limits<int>::min(), std::numeric_limits<int>::max()));
 }
 
 }  // namespace
@@ -100,8 +108,8 @@ Rectangle Mosaic::GetBorder(bool inner) const {
 
 bool Mosaic::CalculateDimensions() {
   const Rectangle border = GetBorder(false);
-  mosaicWidth = border.brx - border.tlx + 1;
-  mosaicHeight = border.bry - border.tly + 1;
+  mosaicWidth = SizeOf(border.tlx, border.brx);
+  mosaicHeight = SizeOf(border.tly, border.bry);
   originOffset = centreOffset - Point2D(border.tlx, border.tly);
   const auto fits = [this](int size) { return size >= 1 && size <= maxDimension; };
   return fits(mosaicWidth) && fits(mosaicHeight);
@@ -112,9 +120,10 @@ Matrix Mosaic::GetProjection(int frame) const { return At(projections, frame); }
 Matrix Mosaic::GetInverseProjection(int frame) const { return At(inverseProjections, frame); }
 
 Point2D Mosaic::LocationInFrame(double x, double y, int frame) const {
-  const Matrix* inverse = nullptr;
-  if (projections.Index(frame) < 0 || !inverseProjections.Get(frame, inverse)) return {};
-  return ProjectPoint(*inverse, Point2D(x, y) - originOffset) + centreOffset;
+  if (projections.Index(frame) < 0) return {};
+  const Point2D inPlane = Point2D(x, y) - originOffset;
+  const Matrix* inverse = nullptr;  // a frame outside the ranges has none, and counts as the identity
+  return (inverseProjections.Get(frame, inverse) ? ProjectPoint(*inverse, inPlane) : inPlane) + centreOffset;
 }
 
 bool Mosaic::isWithin(const Point2D& location, double low, double beyond) const {
@@ -159,11 +168,11 @@ double Mosaic::CalculateCentreDistance(int x, int y, int frame) const {
 }
 
 void Mosaic::ReprojectMatrices(const Matrix& reference) {
+  const Matrix toReference = SVD(reference, false).Inverse();  // first: `reference` may be one of the projections
   if (unprojected.hset.empty()) unprojected = projections;
   projections.Clear();
   projections.originLocation = unprojected.originLocation;
   projections.SetRanges(unprojected.range);
-  const Matrix toReference = SVD(reference, false).Inverse();
   for (const HomographyFrame& entry : unprojected.hset) projections.Set(entry.frame, toReference * entry.matrix);
   generateInverseProjections();
 }

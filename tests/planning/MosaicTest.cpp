@@ -140,6 +140,25 @@ TEST(Mosaic, LocatesPlanePositionsInFrames) {
   EXPECT_NEAR(mosaic.CalculateCentreDistance(51, 61, 1), std::hypot(0.5, 20.5), 1e-9);
 }
 
+TEST(Mosaic, AFrameOutsideTheRangesHasTheIdentityForItsInverse) {
+  HomographySet set;
+  set.Set(0, Shift(3, 4));
+  Mosaic mosaic(100, 80);
+  ASSERT_TRUE(mosaic.SetRegistration(set));
+  EXPECT_TRUE(mosaic.GetInverseProjection(0).IsIdentity());
+  const Point2D location = mosaic.LocationInFrame(10, 20, 0);
+  EXPECT_EQ(location.x, 60.0);  // on from the centre, which is the plane's origin here
+  EXPECT_EQ(location.y, 60.0);
+}
+
+TEST(Mosaic, APlaneBeyondAllNumbersIsTooLarge) {
+  Mosaic mosaic(100, 80);
+  ASSERT_TRUE(mosaic.SetRegistration(Shifts(0, {{-3e9, 0}, {3e9, 0}})));
+  mosaic.SetDuration(0, 2, 1);
+  EXPECT_FALSE(mosaic.CalculateDimensions());
+  EXPECT_EQ(mosaic.mosaicWidth, std::numeric_limits<int>::max());
+}
+
 TEST(Mosaic, ListsTheFramesThatCoverAPosition) {
   Mosaic mosaic(100, 80);
   ASSERT_TRUE(mosaic.SetRegistration(Shifts(0, {{0, 0}, {60, 0}, {0, 0}, {30, 0}})));
@@ -170,6 +189,8 @@ TEST(Mosaic, ReprojectingOnAFrameMakesItsOwnPixelsThePlane) {
   EXPECT_NEAR(mosaic.GetProjection(0)(0, 2), 4.0, 1e-9) << "from what was registered, not from the last plane";
   mosaic.ReprojectMatrices(0);
   EXPECT_TRUE(mosaic.GetProjection(0).IsIdentity());
+  mosaic.ReprojectMatrices(mosaic.projections[1]);  // a reference that the reprojection itself replaces
+  EXPECT_NEAR(mosaic.GetProjection(1)(0, 2), 5.0, 1e-9);
 }
 
 TEST(Mosaic, AccumulatesFrameToFrameMotionWithinEachRange) {
