@@ -67,11 +67,10 @@ struct ARGB64Reader {
 
 /// Stored codes with the minima of their ranges in them, which come off at the end. Outside is neutral black.
 struct CodeReader {
-  explicit CodeReader(const Image& source)
-      : image(source),
-        neutral{static_cast<float>(source.yMin), static_cast<float>(source.uMin + (source.uMax - source.uMin) / 2),
-                static_cast<float>(source.uMin + (source.uMax - source.uMin) / 2), static_cast<float>(source.aMin)},
-        opaque(static_cast<float>(source.aMax)) {}
+  explicit CodeReader(const Image& source) : image(source), opaque(static_cast<float>(source.aMax)) {
+    const auto neutralChroma = static_cast<float>(NeutralChroma(source));
+    neutral = {static_cast<float>(source.yMin), neutralChroma, neutralChroma, static_cast<float>(source.aMin)};
+  }
   Pixel pixel(const Codes& c) const {
     return {c[0] - static_cast<int>(image.yMin), c[1] - static_cast<int>(image.uMin),
             c[2] - static_cast<int>(image.vMin), c[3] - static_cast<int>(image.aMin), image.space};
@@ -79,6 +78,9 @@ struct CodeReader {
   const Image& image;
   Channels neutral;
   float opaque;
+
+ private:
+  static unsigned NeutralChroma(const Image& image) { return image.uMin + (image.uMax - image.uMin) / 2; }
 };
 
 struct YUVA32Reader : CodeReader {

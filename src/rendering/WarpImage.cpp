@@ -5,6 +5,9 @@
 #include <cmath>
 #include <iostream>
 #include <limits>
+#include <sstream>
+#include <string>
+#include <utility>
 #include <vector>
 
 #include "numerics/Geometry.h"
@@ -27,17 +30,22 @@ struct Corners {
 
 Point2D Midpoint(const Point2D& a, const Point2D& b) { return Line(a, b, true, true).Middle(); }
 
+std::string Text(const Point2D& p) {
+  std::ostringstream text;
+  text << p.x << ", " << p.y;
+  return text.str();
+}
+
 /// Where the lines between the middles of opposite sides cross; (0, 0), with a message, where they don't.
 Point2D CentreOf(const Corners& c) {
   const Point2D top = Midpoint(c.tl, c.tr), right = Midpoint(c.tr, c.br), bottom = Midpoint(c.br, c.bl),
                 left = Midpoint(c.bl, c.tl);
   Point2D centre(0, 0);
   if (Line(top, bottom, false, false).IsIntersectingAt(Line(right, left, false, false), centre)) return centre;
-  const auto pair = [](const Point2D& p) { return std::to_string(p.x) + ", " + std::to_string(p.y); };
   std::cerr << "WarpImage: Error - warped boundary has no centre!\n"
-            << " Border CW: " << pair(c.tl) << "; " << pair(c.tr) << "; " << pair(c.br) << "; " << pair(c.bl)
-            << " Line (" << pair(top) << ") - (" << pair(bottom) << ") no intersection with (" << pair(right) << ") - ("
-            << pair(left) << ")\n";
+            << " Border CW: " << Text(c.tl) << "; " << Text(c.tr) << "; " << Text(c.br) << "; " << Text(c.bl)
+            << " Line (" << Text(top) << ") - (" << Text(bottom) << ") no intersection with (" << Text(right) << ") - ("
+            << Text(left) << ")\n";
   return Point2D(0, 0);
 }
 
@@ -87,18 +95,38 @@ void RoundToThreeDecimals(Point2D& p) {
 
 }  // namespace
 
-WarpImage::WarpImage() : forward(Matrix::GetIdentity(3)), inverse(forward) {}
+WarpImage::WarpImage()
+    : forward(std::make_unique<Matrix>(Matrix::GetIdentity(3))), inverse(std::make_unique<Matrix>(*forward)) {}
 
-WarpImage::WarpImage(const Matrix& m) { SetMatrix(m.rows == 3 && m.columns == 3 ? m : Matrix::GetIdentity(3)); }
+WarpImage::WarpImage(const Matrix& m) : forward(std::make_unique<Matrix>()), inverse(std::make_unique<Matrix>()) {
+  SetMatrix(m.rows == 3 && m.columns == 3 ? m : Matrix::GetIdentity(3));
+}
+
+WarpImage::WarpImage(const WarpImage& other)
+    : forward(std::make_unique<Matrix>(*other.forward)),
+      inverse(std::make_unique<Matrix>(*other.inverse)),
+      offset(other.offset),
+      centre(other.centre),
+      autoWindow(other.autoWindow),
+      matchTarget(other.matchTarget),
+      keepOffset(other.keepOffset),
+      inscribed(other.inscribed),
+      window(other.window),
+      interpolation(other.interpolation) {}
+
+WarpImage& WarpImage::operator=(const WarpImage& other) {
+  WarpImage copy(other);
+  return *this = std::move(copy);
+}
 
 void WarpImage::SetMatrix(const Matrix& m) {
-  forward = m;
-  inverse = SVD(m, false).Inverse();
+  *forward = m;
+  *inverse = SVD(m, false).Inverse();
 }
 
 void WarpImage::warpPoint(Point2D& p, const Matrix* m) const { p = Vorn::ProjectPoint(*m, p - centre) + centre; }
 
-void WarpImage::CalculateWarpWindow(int w, int h, Rectangle& r) { CalculateWarpWindow(w, h, forward, r); }
+void WarpImage::CalculateWarpWindow(int w, int h, Rectangle& r) { CalculateWarpWindow(w, h, *forward, r); }
 
 void WarpImage::CalculateWarpWindow(int w, int h, const Matrix& m, Rectangle& r) {
   Point2D tl(0, 0), tr(w - 1, 0), bl(0, h - 1), br(w - 1, h - 1);
@@ -111,6 +139,14 @@ void WarpImage::CalculateWarpWindow(int w, int h, const Matrix& m, Rectangle& r)
   r = window =
       Rectangle(AsInt(std::floor(left)), AsInt(std::floor(top)), AsInt(std::ceil(right)), AsInt(std::ceil(bottom)));
   if (inscribed) calculateInscribedRectangle(w, h, tl, tr, bl, br, r);
+}
+
+/// What part of the plane the output shows, of `width` by `height` pixels unless the window decides.
+Rectangle WarpImage::outputWindow(const Image& src, int width, int height, const Matrix& m) {
+  if (!keepOffset) offset = Point2D();
+  Rectangle area(AsInt(-offset.x), AsInt(-offset.y), AsInt(width - 1 - offset.x), AsInt(height - 1 - offset.y));
+  if (autoWindow) CalculateWarpWindow(src.width, src.height, m, area);
+  return area;
 }
 
 void WarpImage::calculateInscribedRectangle(int w, int h, Point2D& tl, Point2D& tr, Point2D& bl, Point2D& br,
