@@ -64,11 +64,32 @@ void LocateInDoublePrecision(const BackProjection& p, int row, int firstColumn, 
   }
 }
 
-void MakeKernels(const float* at, int count, float (*kernel)[warpChunk]) {
+/// The kernel at a distance within [-3, 3].
+inline float ReadTable(float t) {
+  const float place = (t + 3.0f) * 100.0f / 6.0f;
+  const int k = static_cast<int>(place);
+  return LanczosTable[k] + (LanczosTable[k + 1] - LanczosTable[k]) * (place - static_cast<float>(k));
+}
+
+/// The weights of `getLanczosKernel` to the bit, tap by tap so that they are computed side by side for all places.
+VORN_VECTOR_CLONES
+void MakeKernels(const float* __restrict at, const int* __restrict pixel, int count,
+                 float (*__restrict kernel)[warpChunk]) {
+  for (int tap = 0; tap < lanczosTaps; ++tap) {
+    float* const __restrict weights = kernel[tap];
+    for (int i = 0; i < count; ++i) weights[i] = ReadTable(at[i] - static_cast<float>(pixel[i] - 2 + tap));
+  }
+  for (int tap = 2; tap < 4; ++tap) {  // the only ones that can be at the centre
+    float* const __restrict weights = kernel[tap];
+    for (int i = 0; i < count; ++i) {
+      const double t = at[i] - static_cast<float>(pixel[i] - 2 + tap);
+      weights[i] = CompareDouble(0.0, t) ? 1.0f : weights[i];
+    }
+  }
   for (int i = 0; i < count; ++i) {
-    float weights[lanczosTaps];
-    getLanczosKernel(at[i], weights);
-    for (int tap = 0; tap < lanczosTaps; ++tap) kernel[tap][i] = weights[tap];
+    float sum = 0.0f;
+    for (int tap = 0; tap < lanczosTaps; ++tap) sum += kernel[tap][i];
+    for (int tap = 0; tap < lanczosTaps; ++tap) kernel[tap][i] /= sum;
   }
 }
 
@@ -98,8 +119,8 @@ void LocateLanczos(const BackProjection& projection, int row, int firstColumn, i
                    LanczosPlaces& places) {
   float xs[warpChunk], ys[warpChunk];
   LocateInDoublePrecision(projection, row, firstColumn, count, width, height, xs, ys, places);
-  MakeKernels(xs, count, places.kernelX);
-  MakeKernels(ys, count, places.kernelY);
+  MakeKernels(xs, places.x, count, places.kernelX);
+  MakeKernels(ys, places.y, count, places.kernelY);
 }
 
 }  // namespace Vorn

@@ -65,29 +65,51 @@ inline void PutAtEdge(const Format& format, const Image& source, int x, int y, f
                      matte);
 }
 
+/// A run of output pixels whose cells all lie inside.
+template <typename Format>
+void PutRunInside(const Format& format, const Image& source, const BilinearPlaces& places, int count,
+                  unsigned char* pixel, typename Format::MatteCode* coverage) {
+  const int last = source.height - 1;
+  for (int i = 0; i < count; ++i) {
+    const std::ptrdiff_t offset = static_cast<std::ptrdiff_t>(places.x[i]) * Format::bytes;
+    const unsigned char* const* const row = source.rows + places.y[i];
+    __builtin_prefetch(source.rows[std::min(places.y[i] + 2, last)] + offset);  // for the next row of the output
+    PutInside(format, row[0] + offset, row[1] + offset, places.fx[i], places.fy[i],
+              pixel + static_cast<std::ptrdiff_t>(i) * Format::bytes, coverage[i]);
+  }
+}
+
+/// A run that may leave the source.
+template <typename Format>
+void PutRunAtEdge(const Format& format, const Image& source, const BilinearPlaces& places, int count,
+                  unsigned char* pixel, typename Format::MatteCode* coverage) {
+  for (int i = 0; i < count; ++i, pixel += Format::bytes) {
+    const int x = places.x[i], y = places.y[i];
+    const float fx = places.fx[i], fy = places.fy[i];
+    if (x >= 0 && x < source.width - 1 && y >= 0 && y < source.height - 1) {
+      const std::ptrdiff_t offset = static_cast<std::ptrdiff_t>(x) * Format::bytes;
+      PutInside(format, source.rows[y] + offset, source.rows[y + 1] + offset, fx, fy, pixel, coverage[i]);
+    } else {
+      PutAtEdge(format, source, x, y, fx, fy, pixel, coverage[i]);
+    }
+  }
+}
+
 template <typename Format>
 void WarpRows(const FastWarper& warper, const Image& source, Image& target, Image& matte, const Matrix& inverse,
               int firstRow, int lastRow) {
   const Format format(source);
   const BackProjection projection(warper, inverse);
-  const int width = source.width, height = source.height;
-  const unsigned char* const* const rows = source.rows;
   BilinearPlaces places;
   for (int row = std::max(firstRow, 0); row <= std::min(lastRow, target.height - 1); ++row) {
-    unsigned char* pixel = target.rows[row];
-    auto* coverage = reinterpret_cast<typename Format::MatteCode*>(matte.rows[row]);
+    auto* const coverage = reinterpret_cast<typename Format::MatteCode*>(matte.rows[row]);
     for (int column = 0; column < target.width; column += warpChunk) {
       const int count = std::min(warpChunk, target.width - column);
-      const bool inside = LocateBilinear(projection, row, column, count, width, height, places);
-      for (int i = 0; i < count; ++i, pixel += Format::bytes, ++coverage) {
-        const int x = places.x[i], y = places.y[i];
-        if (inside || (x >= 0 && x < width - 1 && y >= 0 && y < height - 1)) {
-          const std::ptrdiff_t offset = static_cast<std::ptrdiff_t>(x) * Format::bytes;
-          PutInside(format, rows[y] + offset, rows[y + 1] + offset, places.fx[i], places.fy[i], pixel, *coverage);
-        } else {
-          PutAtEdge(format, source, x, y, places.fx[i], places.fy[i], pixel, *coverage);
-        }
-      }
+      unsigned char* const pixel = target.rows[row] + static_cast<std::ptrdiff_t>(column) * Format::bytes;
+      if (LocateBilinear(projection, row, column, count, source.width, source.height, places))
+        PutRunInside(format, source, places, count, pixel, coverage + column);
+      else
+        PutRunAtEdge(format, source, places, count, pixel, coverage + column);
     }
   }
 }

@@ -7,6 +7,9 @@
 #include <cstdint>
 #include <cstring>
 #include <limits>
+#include <ostream>
+#include <string>
+#include <utility>
 #include <vector>
 
 #include "imaging/ImageInterpolator.h"
@@ -426,6 +429,367 @@ TEST_F(FastWarperLanczosARGBSF, OvershootIsKept) {
   }
   EXPECT_LT(low, -0.01f);
   EXPECT_GT(high, 1.01f);
+}
+
+// The formats of codes, read and written through the accessors of Image, so that the order of bytes is tested too.
+
+struct CodedFormat {
+  const char* name;
+  PixelType type, matteType;
+  enum Kind { Rgb, RgbAlpha, Video, VideoAlpha } kind;
+};
+
+void PrintTo(const CodedFormat& format, std::ostream* stream) { *stream << format.name; }
+
+const CodedFormat formatsWithAlpha[] = {
+    {"BGRA32", BGRA32, L8, CodedFormat::RgbAlpha},    {"ARGB32", ARGB32, L8, CodedFormat::RgbAlpha},
+    {"RGBA32", RGBA32, L8, CodedFormat::RgbAlpha},    {"ARGB64", ARGB64, L16, CodedFormat::RgbAlpha},
+    {"RGBA64", RGBA64, L16, CodedFormat::RgbAlpha},   {"YUVA32", YUVA32, L8, CodedFormat::VideoAlpha},
+    {"YUVA64", YUVA64, L16, CodedFormat::VideoAlpha},
+};
+
+const CodedFormat formatsWithoutAlpha[] = {
+    {"BGR24", BGR24, L8, CodedFormat::Rgb},      {"RGB24", RGB24, L8, CodedFormat::Rgb},
+    {"YUV24", YUV24, L8, CodedFormat::Video},    {"Y1UV10", Y1UV10, L16, CodedFormat::Video},
+    {"Y1UV12", Y1UV12, L16, CodedFormat::Video}, {"Y1UV14", Y1UV14, L16, CodedFormat::Video},
+    {"Y1UV16", Y1UV16, L16, CodedFormat::Video},
+};
+
+/// The stored codes of a pixel: R, G, B or Y, U, V, and alpha.
+struct Codes {
+  int c[4];
+  bool operator==(const Codes& other) const { return std::equal(c, c + 4, other.c); }
+};
+
+void PrintTo(const Codes& codes, std::ostream* stream) {
+  *stream << codes.c[0] << ' ' << codes.c[1] << ' ' << codes.c[2] << ' ' << codes.c[3];
+}
+
+class FastWarperCodes : public FastWarperTest, public testing::WithParamInterface<CodedFormat> {
+ protected:
+  PixelType type() const { return GetParam().type; }
+  bool isVideo() const { return GetParam().kind == CodedFormat::Video || GetParam().kind == CodedFormat::VideoAlpha; }
+  bool hasAlpha() const {
+    return GetParam().kind == CodedFormat::RgbAlpha || GetParam().kind == CodedFormat::VideoAlpha;
+  }
+  int fullMatte() const { return GetParam().matteType == L8 ? 255 : 65535; }
+  bool blendsInWholeNumbers() const { return type() == BGRA32 || type() == ARGB32 || type() == RGBA32; }
+
+  /// What a fully covered sample gives in the bilinear matte: the codes of alpha for the one format that tells them.
+  int fullBilinearMatte() const { return type() == YUV24 ? 235 : fullMatte(); }
+  int noBilinearMatte() const { return type() == YUV24 ? 16 : 0; }
+
+  Codes codesAt(const Image& image, int x, int y) const {
+    const Pixel p = image.GetRaw(x, y);
+    if (isVideo()) return {{p.Y(), p.U(), p.V(), hasAlpha() ? p.A() : 0}};
+    return {{p.R(), p.G(), p.B(), hasAlpha() ? p.A() : 0}};
+  }
+
+  void setCodes(Image& image, int x, int y, const Codes& codes) const {
+    const int* c = codes.c;
+    image.SetRaw(x, y, Pixel(c[0], c[1], c[2], c[3], isVideo() ? Rec709 : RGB));
+  }
+
+  /// Codes within the ranges of the format. `opaque`: alpha at its maximum.
+  Image noise(int width, int height, bool opaque) const {
+    Image image(width, height, type());
+    const auto within = [](unsigned low, unsigned high) {
+      return static_cast<int>(low + NextRandom() % (high - low + 1));
+    };
+    for (int y = 0; y < height; ++y)
+      for (int x = 0; x < width; ++x)
+        setCodes(image, x, y,
+                 {{within(image.yMin, image.yMax), within(image.uMin, image.uMax), within(image.vMin, image.vMax),
+                   opaque ? static_cast<int>(image.aMax) : within(image.aMin, image.aMax)}});
+    return image;
+  }
+
+  Image filled(int width, int height, const Codes& codes) const {
+    Image image(width, height, type());
+    for (int y = 0; y < height; ++y)
+      for (int x = 0; x < width; ++x) setCodes(image, x, y, codes);
+    return image;
+  }
+
+  /// Black with chroma in the middle, and no alpha.
+  Codes emptyCodes(const Image& image) const {
+    if (!isVideo()) return {{0, 0, 0, 0}};
+    const auto middle = [](unsigned low, unsigned high) { return static_cast<int>((high - low) / 2 + low); };
+    return {{static_cast<int>(image.yMin), middle(image.uMin, image.uMax), middle(image.vMin, image.vMax),
+             hasAlpha() ? static_cast<int>(image.aMin) : 0}};
+  }
+};
+
+class FastWarperAlphaCodes : public FastWarperCodes {};
+
+std::string NameOf(const testing::TestParamInfo<CodedFormat>& test) { return test.param.name; }
+
+INSTANTIATE_TEST_SUITE_P(WithAlpha, FastWarperCodes, testing::ValuesIn(formatsWithAlpha), NameOf);
+INSTANTIATE_TEST_SUITE_P(WithoutAlpha, FastWarperCodes, testing::ValuesIn(formatsWithoutAlpha), NameOf);
+INSTANTIATE_TEST_SUITE_P(WithAlpha, FastWarperAlphaCodes, testing::ValuesIn(formatsWithAlpha), NameOf);
+
+TEST_P(FastWarperCodes, TheIdentityReproducesTheSourceWithFullCoverage) {
+  const Image source = noise(21, 9, true);
+  Image target = filled(21, 9, {{1, 2, 3, 4}});
+  warper.Project(source, target, matte, Matrix::GetIdentity(3));
+  EXPECT_EQ(matte.type, GetParam().matteType);
+  for (int y = 0; y < 9; ++y)
+    for (int x = 0; x < 21; ++x) {
+      ASSERT_EQ(codesAt(target, x, y), codesAt(source, x, y)) << x << ", " << y;
+      ASSERT_EQ(Coverage(matte, x, y), fullBilinearMatte()) << x << ", " << y;
+    }
+}
+
+TEST_P(FastWarperAlphaCodes, AlphaComesThroughTheIdentity) {
+  const Image source = noise(11, 8, false);
+  Image target(11, 8, type());
+  warper.Project(source, target, matte, Matrix::GetIdentity(3));
+  for (int y = 0; y < 8; ++y)
+    for (int x = 0; x < 11; ++x) {
+      const int alpha = codesAt(source, x, y).c[3];
+      ASSERT_EQ(codesAt(target, x, y).c[3], alpha);
+      const bool fast = blendsInWholeNumbers() && x < 10 && y < 7;  // that path takes the picture as opaque
+      const auto low = static_cast<int>(source.aMin), high = static_cast<int>(source.aMax);
+      const auto share = static_cast<int>(std::int64_t{alpha - low} * fullMatte() / (high - low));
+      ASSERT_EQ(Coverage(matte, x, y), fast ? fullMatte() : share) << x << ", " << y;
+    }
+}
+
+TEST_P(FastWarperCodes, SamplesOutsideGiveTheEmptyPixel) {
+  const Image source = noise(10, 6, true);
+  Image target = filled(10, 6, {{1, 2, 3, 4}});
+  for (const auto& [x, y] : std::vector<std::pair<double, double>>{{-20, 0}, {20.25, 0}, {0, 13.5}, {0, -20}}) {
+    warper.Project(source, target, matte, Shift(x, y));
+    for (int i = 0; i < 6; ++i) {
+      EXPECT_EQ(codesAt(target, i, i), emptyCodes(source));
+      EXPECT_EQ(Coverage(matte, i, i), noBilinearMatte());
+    }
+  }
+}
+
+TEST_P(FastWarperCodes, LanczosOutsideIsTheEmptyPixelWithItsOwnNeutralChroma) {
+  const Image source = noise(10, 6, true);
+  Image target = filled(10, 6, {{1, 2, 3, 4}});
+  warper.highQuality = true;
+  warper.Project(source, target, matte, Shift(30.3, 0));
+  Codes expected = emptyCodes(source);
+  if (isVideo()) {
+    expected.c[1] = static_cast<int>(source.maxValue / 2 - source.uMin);
+    expected.c[2] = static_cast<int>(source.maxValue / 2 - source.vMin);
+  }
+  for (int i = 0; i < 6; ++i) {
+    EXPECT_EQ(codesAt(target, i, i), expected);
+    EXPECT_EQ(Coverage(matte, i, i), 0);
+  }
+}
+
+TEST_P(FastWarperCodes, AtTheRightEdgeHalfASampleIsMixedWithTheEmptyPixel) {
+  const Image source = noise(6, 5, true);
+  Image target(6, 5, type());
+  warper.Project(source, target, matte, Shift(-0.5, 0));
+  const Codes empty = emptyCodes(source);
+  for (int y = 0; y < 5; ++y) {
+    const Codes last = codesAt(source, 5, y), got = codesAt(target, 5, y);
+    for (int c = 0; c < (hasAlpha() ? 4 : 3); ++c) {
+      const int sum = last.c[c] + empty.c[c];
+      const bool chroma = isVideo() && (c == 1 || c == 2);
+      const int nearest = (sum + 1) / 2, toNeutral = last.c[c] < empty.c[c] ? (sum + 1) / 2 : sum / 2;
+      EXPECT_EQ(got.c[c], chroma ? toNeutral : nearest) << "channel " << c;
+    }
+    const int half = (fullMatte() + 1) / 2;  // of the coverage, rounded
+    const auto aMin = static_cast<int>(source.aMin), aMax = static_cast<int>(source.aMax);
+    int expected = half;
+    if (type() == YUVA32 || type() == YUVA64) expected = ((aMin + aMax + 1) / 2 - aMin) * fullMatte() / (aMax - aMin);
+    if (type() >= Y1UV10 && type() <= Y1UV16)  // the code that alpha would have, clamped to the range of alpha
+      expected = static_cast<int>(std::int64_t{std::min(half, aMax) - aMin} * 65535 / (aMax - aMin));
+    EXPECT_EQ(Coverage(matte, 5, y), expected);
+  }
+}
+
+/// Left of a pixel by 2/5 and above it by 1/4: the shares of the four pixels are 0.45, 0.3, 0.15, 0.1.
+TEST_P(FastWarperCodes, InsideTheFourPixelsOfACellAreBlended) {
+  const Image source = noise(8, 8, true);
+  Image target(8, 8, type());
+  warper.Project(source, target, matte, Shift(-0.4, -0.25));
+  const Codes empty = emptyCodes(source);
+  for (int y = 0; y < 7; ++y)
+    for (int x = 0; x < 7; ++x) {
+      const Codes p[4] = {codesAt(source, x, y), codesAt(source, x + 1, y), codesAt(source, x, y + 1),
+                          codesAt(source, x + 1, y + 1)};
+      const Codes got = codesAt(target, x, y);
+      for (int c = 0; c < (hasAlpha() ? 4 : 3); ++c) {
+        const double exact = 0.45 * p[0].c[c] + 0.3 * p[1].c[c] + 0.15 * p[2].c[c] + 0.1 * p[3].c[c];
+        if (blendsInWholeNumbers()) {
+          // 256 times 0.45, 0.3, 0.15 and 0.1, each cut to a whole number.
+          ASSERT_EQ(got.c[c], (115 * p[0].c[c] + 76 * p[1].c[c] + 38 * p[2].c[c] + 25 * p[3].c[c]) >> 8);
+        } else if (isVideo() && (c == 1 || c == 2)) {
+          const double slack = exact < empty.c[c] ? got.c[c] - exact : exact - got.c[c];
+          ASSERT_GE(slack, -0.02) << exact;  // single precision moves a value of 16 bits by up to 0.02
+          ASSERT_LT(slack, 1.02) << exact;
+        } else {
+          ASSERT_LE(std::fabs(got.c[c] - exact), 0.52) << exact;
+        }
+      }
+      ASSERT_EQ(Coverage(matte, x, y), fullBilinearMatte());
+    }
+}
+
+TEST_P(FastWarperCodes, LanczosIsTheWeightedSumOfThirtySixPixelsRounded) {
+  const Image source = noise(16, 14, true);
+  Image target(16, 14, type());
+  warper.highQuality = true;
+  warper.Project(source, target, matte, Shift(0.3, -0.6));
+  Codes empty = emptyCodes(source);
+  if (isVideo()) {
+    empty.c[1] = static_cast<int>(source.maxValue / 2 - source.uMin);
+    empty.c[2] = static_cast<int>(source.maxValue / 2 - source.vMin);
+  }
+  const unsigned low[4] = {source.yMin, source.uMin, source.vMin, source.aMin};
+  const unsigned high[4] = {source.yMax, source.uMax, source.vMax, source.aMax};
+  int edges = 0;
+  for (int y = 0; y < 14; ++y)
+    for (int x = 0; x < 16; ++x) {
+      float kernelX[6], kernelY[6];
+      getLanczosKernel(static_cast<float>(x) - 0.3f, kernelX);
+      getLanczosKernel(static_cast<float>(y) + 0.6f, kernelY);
+      double sum[4] = {}, coverage = 0;
+      for (int j = 0; j < 6; ++j)
+        for (int i = 0; i < 6; ++i) {
+          const int column = x - 1 - 2 + i, row = y - 2 + j;  // the sample lies in the cell to the left
+          const bool inside = column >= 0 && row >= 0 && column < 16 && row < 14;
+          const double weight = static_cast<double>(kernelX[i]) * static_cast<double>(kernelY[j]);
+          const Codes p = inside ? codesAt(source, column, row) : empty;
+          for (int c = 0; c < 4; ++c) sum[c] += weight * p.c[c];
+          if (inside) coverage += weight;
+        }
+      const Codes got = codesAt(target, x, y);
+      for (int c = 0; c < (hasAlpha() ? 4 : 3); ++c)
+        ASSERT_LE(std::fabs(got.c[c] - std::clamp(sum[c], double(low[c]), double(high[c]))), 0.55) << x << ", " << y;
+      const double share = std::clamp(hasAlpha() ? (sum[3] - source.aMin) / source.alphaRange : coverage, 0.0, 1.0);
+      const double step = hasAlpha() && isVideo() ? fullMatte() / static_cast<double>(source.alphaRange) : 1.0;
+      ASSERT_NEAR(Coverage(matte, x, y), share * fullMatte(), 1.05 + step);
+      edges += share < 0.99;
+    }
+  EXPECT_GT(edges, 16);
+}
+
+TEST_P(FastWarperCodes, LanczosIsClampedToTheRangesOfTheFormat) {
+  Image source = filled(20, 9, {{0, 0, 0, 0}});
+  const auto lowest = [](const Image& image) {
+    return Codes{{int(image.yMin), int(image.uMin), int(image.vMin), int(image.aMin)}};
+  };
+  const auto highest = [](const Image& image) {
+    return Codes{{int(image.yMax), int(image.uMax), int(image.vMax), int(image.aMax)}};
+  };
+  for (int y = 0; y < 9; ++y)
+    for (int x = 0; x < 20; ++x) setCodes(source, x, y, x < 10 ? lowest(source) : highest(source));
+  Image target(20, 9, type());
+  warper.highQuality = true;
+  warper.Project(source, target, matte, Shift(0.5, 0));
+  Codes low = lowest(source), high = highest(source);
+  if (!hasAlpha()) low.c[3] = high.c[3] = 0;
+  EXPECT_EQ(codesAt(target, 9, 4), low);    // the kernel's first lobe undershoots before the step
+  EXPECT_EQ(codesAt(target, 11, 4), high);  // and overshoots behind it
+}
+
+TEST_P(FastWarperCodes, ExtremeMatricesGiveTheEmptyPixel) {
+  const Image source = noise(7, 5, true);
+  Image target(7, 5, type());
+  for (const bool lanczos : {false, true}) {
+    warper.highQuality = lanczos;
+    for (const Matrix& forward : {Homography({nan, 0, 0, 0, 1, 0, 0, 0, 1}), Homography({1, 0, inf, 0, 1, 0, 0, 0, 1}),
+                                  Homography({1, 0, 1e12, 0, 1, 0, 0, 0, 1})}) {
+      warper.Project(source, target, matte, forward);
+      EXPECT_EQ(codesAt(target, 3, 3).c[0], emptyCodes(source).c[0]);
+      EXPECT_EQ(Coverage(matte, 3, 3), lanczos ? 0 : noBilinearMatte());
+    }
+  }
+}
+
+TEST_P(FastWarperCodes, AnyProcessorCountGivesTheSameBytes) {
+  const Image source = noise(300, 12, false);
+  Image one = filled(300, 12, {{0, 0, 0, 0}}), many = one, matteOfOne;
+  for (const bool lanczos : {false, true}) {
+    warper.highQuality = lanczos;
+    SetProcessorCount(1);
+    warper.Project(source, one, matteOfOne, Tilt());
+    SetProcessorCount(3);
+    warper.Project(source, many, matte, Tilt());
+    ExpectSameBytes(many, one);
+    ExpectSameBytes(matte, matteOfOne);
+  }
+}
+
+TEST_F(FastWarperTest, TheMatteOfAlphaFirstFormatsIsTheFirstByteAtTheEdgeAndFullInside) {
+  Image source(4, 4, ARGB32), target(4, 4, ARGB32);
+  for (int y = 0; y < 4; ++y)
+    for (int x = 0; x < 4; ++x) source.SetRaw(x, y, Pixel(10, 20, 30, 77));
+  warper.Project(source, target, matte, Matrix::GetIdentity(3));
+  EXPECT_EQ(Coverage(matte, 1, 1), 255);
+  EXPECT_EQ(Coverage(matte, 3, 1), 77);  // the last column has no right neighbour
+  EXPECT_EQ(Coverage(matte, 1, 3), 77);
+}
+
+TEST_F(FastWarperTest, WholeNumberBlendingLosesWhatItsWeightsDoNotSumTo) {
+  Image source(8, 8, RGBA32), target(8, 8, RGBA32);
+  for (int y = 0; y < 8; ++y)
+    for (int x = 0; x < 8; ++x) source.SetRaw(x, y, Pixel(255, 255, 255, 255));
+  warper.Project(source, target, matte, Shift(-0.4, -0.25));
+  // The weights 115, 76, 38 and 25 sum to 254, and 254 * 255 / 256 is 253.008.
+  EXPECT_EQ(target.GetRaw(3, 3).R(), 253);
+  EXPECT_EQ(target.GetRaw(3, 3).A(), 253);
+  EXPECT_EQ(Coverage(matte, 3, 3), 255);
+  // At the right edge the blend is in single precision: 0.6 of 255.
+  EXPECT_EQ(target.GetRaw(7, 3).R(), 153);
+}
+
+TEST_F(FastWarperTest, ChromaNeverDriftsAwayFromNeutral) {
+  Image source(9, 3, YUV24), target(9, 3, YUV24);
+  const int chroma[9] = {127, 128, 129, 128, 126, 127, 130, 129, 16};
+  for (int y = 0; y < 3; ++y)
+    for (int x = 0; x < 9; ++x) source.SetRaw(x, y, Pixel(100, chroma[x], chroma[8 - x], 0, Rec709));
+  warper.Project(source, target, matte, Shift(-0.5, 0));
+  const int expected[8] = {128, 128, 128, 127, 127, 128, 129, 73};  // halves go up below 128 and down above it
+  for (int x = 0; x < 8; ++x) EXPECT_EQ(target.GetRaw(x, 1).U(), expected[x]) << x;
+}
+
+TEST_F(FastWarperTest, ColoursOfLanczosAreRoundedAndItsCoverageIsTruncated) {
+  Image source(12, 12, RGB24), target(12, 12, RGB24);
+  for (int y = 0; y < 12; ++y)
+    for (int x = 0; x < 12; ++x) source.SetRaw(x, y, Pixel(255, 101, 7, 255));
+  warper.highQuality = true;
+  warper.Project(source, target, matte, Shift(0.5, 0));
+  EXPECT_EQ(target.GetRaw(0, 6).R(), 128);  // half of 255, by symmetry of the kernel, is 127.5
+  EXPECT_EQ(target.GetRaw(0, 6).G(), 51);   // 50.5
+  EXPECT_EQ(Coverage(matte, 0, 6), 127);
+  EXPECT_EQ(target.GetRaw(6, 6).B(), 7);
+}
+
+TEST_F(FastWarperTest, AnEmptyRangeOfAlphaHasNoCoverage) {
+  Image source(4, 4, YUVA32), target(4, 4, YUVA32);
+  for (int y = 0; y < 4; ++y)
+    for (int x = 0; x < 4; ++x) source.SetRaw(x, y, Pixel(100, 128, 128, 40, Rec709));
+  source.SetRangeA(40, 40);
+  warper.Project(source, target, matte, Matrix::GetIdentity(3));
+  EXPECT_EQ(Coverage(matte, 1, 1), 0);
+  EXPECT_EQ(target.GetRaw(1, 1).A(), 40);
+}
+
+TEST_F(FastWarperTest, TypesWithoutALoopAndWithoutFallbackLeaveTheDestinationAndEmptyTheMatte) {
+  for (const PixelType type : {L8, LA16, L10, L16, LA32, Y2UV32, Y6UVX32, Y1UVX32, Y2UV10, RGB30, RGB48, YUVP444}) {
+    Image source(12, 8, type), target(12, 8, ARGBSF);
+    target = FilledFrame(12, 8, {9, 9, 9, 9});
+    matte.Resize(12, 8, L16);
+    std::memset(matte.rows[0], 0xFF, static_cast<std::size_t>(matte.stride) * 8);
+    warper.Project(source, target, matte, Matrix::GetIdentity(3));
+    EXPECT_EQ(At(target, 5, 5).r, 9.0f);
+    EXPECT_EQ(Coverage(matte, 5, 5), 0) << type;
+    // A loop that an earlier call chose is not taken.
+    Image frame = FilledFrame(12, 8, {1, 1, 1, 1}), other(12, 8, ARGBSF);
+    warper.Project(frame, other, matte, Matrix::GetIdentity(3));
+    warper.Project(source, target, matte, Matrix::GetIdentity(3));
+    EXPECT_EQ(At(target, 5, 5).r, 9.0f);
+  }
 }
 
 }  // namespace
