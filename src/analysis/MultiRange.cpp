@@ -32,8 +32,7 @@ bool Extend(Range& r, const Range& added, Wide a) {
   const bool liesWithin = r.first > added.first && r.last < added.last;
   // The last condition leaves a span just before a short one to the start: the end would turn the short one round.
   const bool touchesEnd = r.last - a <= added.first && r.last + a >= added.first && added.last >= r.first;
-  // A longer span just before doesn't fit here and stays apart: meant, stored ranges rely on it.
-  const bool touchesStart = r.first - a <= added.first && r.first + a >= added.last;
+  const bool touchesStart = r.first - a <= added.last && r.first + a >= added.last;
 
   if (overlapsEnd || (touchesEnd && !overlapsStart && !liesWithin))
     r.last = added.last;

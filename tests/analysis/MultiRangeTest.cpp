@@ -49,8 +49,10 @@ TEST(MultiRange, OverlapGrowsTheSpanOnTheSideOfTheOverlap) {
 
 TEST(MultiRange, NeighbourBehindIsJoined) { EXPECT_EQ(SpansOf(Ranges({{5, 10}, {11, 15}})), (Spans{{5, 15}})); }
 
-TEST(MultiRange, LongNeighbourInFrontStaysApart) {
-  EXPECT_EQ(SpansOf(Ranges({{5, 10}, {1, 4}})), (Spans{{5, 10}, {1, 4}}));
+TEST(MultiRange, LongNeighbourInFrontIsJoined) {
+  EXPECT_EQ(SpansOf(Ranges({{5, 10}, {1, 4}})), (Spans{{1, 10}}));
+  EXPECT_EQ(SpansOf(Ranges({{5, 5}, {1, 4}})), (Spans{{1, 5}}));
+  EXPECT_EQ(SpansOf(Ranges({{5, 10}, {1, 3}})), (Spans{{5, 10}, {1, 3}}));
 }
 
 TEST(MultiRange, SingleFrameInFrontIsJoined) { EXPECT_EQ(SpansOf(Ranges({{5, 10}, {4, 4}})), (Spans{{4, 10}})); }
