@@ -79,7 +79,9 @@ class KLTTracker : public FeatureTracker {
   /// `output`[`blockRow` * nx + column], with nx blocks of 50 pixels across, rounded up.
   void FindBlockEVMaximum(int blockRow, const float* evalues, int width, int height, int stride, float* output) const;
 
-  std::vector<Feature> features;      ///< The whole state of tracks.
+  /// The whole state of tracks. Of a track of hundreds of points the older half is dropped, so that memory doesn't grow
+  /// with the clip; `start` moves along if it is known.
+  std::vector<Feature> features;
   float eigenvalueFraction = 0.005F;  ///< The detection threshold as a fraction of the largest eigenvalue.
   bool blockMode = false;
   int nextFeatureId = 0;

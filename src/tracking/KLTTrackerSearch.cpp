@@ -16,6 +16,17 @@ constexpr double convergedStep = 0.01;  // pixels of the level
 constexpr int lastPass = 30;
 constexpr double backwardTolerance = 4.0;  // pixels between where a feature was and where tracking it back ends
 
+/// Points of a track. Verifying looks at the last three; what is older would only make memory grow with the clip.
+constexpr std::size_t longestTrack = 240;
+
+/// Drops the older half of a track that has become too long.
+void ForgetOldest(Feature& feature) {
+  if (feature.track.size() < longestTrack) return;
+  constexpr int forgotten = longestTrack / 2;
+  feature.track.erase(feature.track.begin(), feature.track.begin() + forgotten);
+  if (feature.start >= 0) feature.start += forgotten;  // else the first frame isn't known
+}
+
 /// Whether the parts of a step are both too small to matter.
 bool IsNothing(double dx, double dy) { return std::fabs(dx) < convergedStep && std::fabs(dy) < convergedStep; }
 
@@ -195,8 +206,9 @@ void KLTTracker::integrateIntermediateResult(int index, int level, bool backward
 
 void KLTTracker::collectSurvivors(std::list<Point2D>& points, std::vector<FeatureStorage::TrackStatus>& statuses) {
   survivors.clear();
-  for (const Feature& feature : features) {
+  for (Feature& feature : features) {
     if (feature.status != FeatureTracked) continue;
+    ForgetOldest(feature);
     Point2D& point = survivors.emplace_back(feature.track.back());
     point.id = feature.id;
     point.weight = feature.quality;

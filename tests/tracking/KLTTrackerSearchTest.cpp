@@ -121,6 +121,30 @@ TEST(KLTTrackerSearch, TracksGrowByOnePointAFrame) {
   }
 }
 
+TEST(KLTTrackerSearch, ALongTrackForgetsItsOldestPointsOnly) {
+  constexpr int frames = 1000, firstFrame = 7;
+  Tracking t(60, 60, 1, 10);
+  FastArray frame = NoiseFrame(60, 60, 5);
+  PointSet given;
+  given.Add(Point2D(30, 30));
+  t.tracker.AddFeatures(given, firstFrame, &frame);
+  t.tracker.features.push_back(t.tracker.features[0]);
+  t.tracker.features[1].start = -1;  // as of those that were detected
+  size_t longest = 0;
+  for (int i = 1; i <= frames; ++i) {
+    ASSERT_TRUE(t.Track(frame, frame, true));
+    ASSERT_EQ(t.points.size(), 2u) << i;
+    const Feature& feature = t.tracker.features[0];
+    longest = std::max(longest, feature.track.size());
+    ASSERT_GE(feature.track.size(), std::min(i + 1u, 100u));
+    ASSERT_EQ(feature.start + static_cast<int>(feature.track.size()) - 1, firstFrame + i);
+    ASSERT_EQ(t.tracker.features[1].start, -1);
+    ASSERT_EQ(t.tracker.features[1].track.size(), feature.track.size());
+  }
+  EXPECT_LE(longest, 256u);
+  EXPECT_LE(t.tracker.features[0].track.capacity(), 256u);
+}
+
 TEST(KLTTrackerSearch, TheFiveArgumentFormKeepsTheFlags) {
   FastArray frame = WavesMovedBy(0, 0);
   ArrayPyramid pyramid(frame, 1, true);
