@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <unordered_map>
 
 namespace Vorn {
@@ -13,6 +14,9 @@ class FrameIndex {
 
   /// The first position that holds `frame`, or -1.
   int Find(int frame) const;
+
+  /// How many positions the list has.
+  size_t Count() const { return static_cast<size_t>(count); }
 
   void Clear() { *this = FrameIndex(); }
 

@@ -274,7 +274,14 @@ int HomographySet::Index(int frame) const {
   const auto holds = [&](long long i) { return i < static_cast<long long>(hset.size()) && hset[i].frame == frame; };
   const long long expected = static_cast<long long>(frame) - start;  // where frames that arrive in order lie
   if (holds(expected)) return static_cast<int>(expected);
-  return positions.Find(frame);
+  return find(frame);
+}
+
+/// The first position that holds `frame`, or -1. A list that was changed from outside is searched from the start.
+int HomographySet::find(int frame) const {
+  if (positions.Count() == hset.size()) return positions.Find(frame);
+  const auto found = std::ranges::find(hset, frame, &HomographyFrame::frame);
+  return found == hset.end() ? -1 : static_cast<int>(found - hset.begin());
 }
 
 bool HomographySet::Get(int frame, const Matrix*& out) const {
@@ -299,7 +306,7 @@ const Matrix& HomographySet::Get(int position, int* frame) const {
 }
 
 void HomographySet::Set(int frame, const Matrix& m) {
-  const int position = positions.Find(frame);
+  const int position = find(frame);
   if (position >= 0) {
     hset[position].matrix = m;
     return;

@@ -32,7 +32,7 @@ class HomographySet {
   /// 4: matrices act about the frame's centre, at half its size in integer division. Any other value: about its
   /// top-left corner. Legacy files get 0.
   int originLocation = 4;
-  std::vector<HomographyFrame> hset;  ///< The frames in order of arrival. Read only: frames come in through `Set`.
+  std::vector<HomographyFrame> hset;  ///< The frames in order of arrival. Found fast if they came in through `Set`.
   MultiRange range;                   ///< The covered frames; these say what was analysed, `hset` what is known.
   unsigned int sizeParam = 4;         ///< Bytes per matrix value in a file: 4 (float) or 8 (double).
   unsigned int number = 0;            ///< Frames stored through `Set` or a load; `Clear` lets it count on.
@@ -90,10 +90,11 @@ class HomographySet {
   bool readMRNG(FILE* file, long length);
   bool readProjections(FILE* file, long length);
   bool loadLegacy(const char* path);
+  int find(int frame) const;
   void append(int frame, const Matrix& m);
   void appendLoaded(int frame, const Matrix& m);
 
-  FrameIndex positions;  // of the frames in hset
+  FrameIndex positions;  // of the frames in hset; of use while both have the same length
 };
 
 }  // namespace Vorn

@@ -45,12 +45,19 @@ float MotionConfidenceSet::Get(int frame) const {
   if (frame < start || frame > end) return defaultConfidence;
   const long long expected = static_cast<long long>(frame) - start;  // where frames that arrive in order lie
   if (expected < static_cast<long long>(index.size()) && index[expected] == frame) return confidence[expected];
-  const int position = positions.Find(frame);
+  const int position = find(frame);
   return position < 0 ? defaultConfidence : confidence[position];
 }
 
+/// The first position that holds `frame`, or -1. A list that was changed from outside is searched from the start.
+int MotionConfidenceSet::find(int frame) const {
+  if (positions.Count() == index.size()) return positions.Find(frame);
+  const auto found = std::ranges::find(index, frame);
+  return found == index.end() ? -1 : static_cast<int>(found - index.begin());
+}
+
 void MotionConfidenceSet::Set(int frame, float c) {
-  const int position = positions.Find(frame);
+  const int position = find(frame);
   if (position >= 0) {
     confidence[position] = c;
     return;

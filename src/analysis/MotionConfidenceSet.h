@@ -7,10 +7,10 @@
 /// How far the motion of each frame can be trusted, 0 (not at all) to 1, and the text format MCONF. A value.
 class MotionConfidenceSet {
  public:
-  std::vector<int> index;          ///< Frame numbers in order of arrival, parallel to `confidence`. Read only.
+  std::vector<int> index;          ///< Frame numbers in order of arrival, parallel to `confidence`.
   int start = -1;                  ///< Lowest frame, -1 when empty.
   int end = -1;                    ///< Highest frame, -1 when empty.
-  std::vector<float> confidence;   ///< One value per entry of `index`; its length changes through `Set` only.
+  std::vector<float> confidence;   ///< One value per entry of `index`.
   unsigned int number = 0;         ///< Count of entries.
   float defaultConfidence = 1.0f;  ///< Returned for unknown frames: what was never measured isn't doubted.
 
@@ -35,7 +35,8 @@ class MotionConfidenceSet {
   void Set(int frame, float c);
 
  private:
+  int find(int frame) const;
   void append(int frame, float c);
 
-  Vorn::FrameIndex positions;  // of the frames in index
+  Vorn::FrameIndex positions;  // of the frames in index; of use while both have the same length
 };

@@ -167,6 +167,7 @@ float KLTTracker::calculateMatchQuality(float* a, float* b, int size) const {
 }
 
 void KLTTracker::storeIntermediateResult(unsigned int index, FeatureStatus status, const Point2D& point) {
+  if (index >= intermediate.size()) intermediate.resize(features.size());  // outside of a Track: nothing else runs
   intermediate[index].status = status;
   if (status == FeatureTracked) intermediate[index].point = point;
 }

@@ -156,6 +156,23 @@ TEST(HomographySet, LookupsFindFramesInAnyOrderOfArrival) {
   for (const int missing : {3, 6, 13, 28, 31}) EXPECT_EQ(set.Index(missing), -1);
 }
 
+TEST(HomographySet, FramesThatWereListedByHandAreFound) {
+  HomographySet set;
+  for (const int frame : {4, 5, 6}) set.Set(frame, Sample(frame));
+  set.hset.clear();
+  set.Set(5, Sample(1));
+  ASSERT_EQ(set.hset.size(), 1u);
+  ExpectSample(set[0], 1);
+
+  set.hset.push_back({9, Sample(2)});
+  set.end = 9;
+  EXPECT_EQ(set.Index(9), 1);
+  EXPECT_EQ(set.Index(6), -1);
+  set.Set(9, Sample(3));
+  ASSERT_EQ(set.hset.size(), 2u);
+  ExpectSample(set[1], 3);
+}
+
 TEST(HomographySet, FramesOutsideTheSpanAreRefused) {
   HomographySet set;
   set.Set(5, Sample(1));

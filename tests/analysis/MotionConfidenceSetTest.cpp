@@ -50,6 +50,21 @@ TEST(MotionConfidenceSet, UnknownFramesAreTrusted) {
   for (const int frame : {-1, 4, 6, 7, 9}) EXPECT_EQ(set.Get(frame), 1.0f) << frame;
 }
 
+TEST(MotionConfidenceSet, EntriesThatWereListedByHandAreFound) {
+  MotionConfidenceSet set;
+  set.Set(4, 0.25f);
+  set.index = {9, 7};
+  set.confidence = {0.5f, 0.75f};
+  set.start = 7;
+  set.end = 9;
+  EXPECT_EQ(set.Get(9), 0.5f);
+  EXPECT_EQ(set.Get(7), 0.75f);
+  EXPECT_EQ(set.Get(8), 1.0f);
+  set.Set(7, 0.125f);
+  EXPECT_EQ(set.index, (std::vector<int>{9, 7}));
+  EXPECT_EQ(set.confidence, (std::vector<float>{0.5f, 0.125f}));
+}
+
 TEST(MotionConfidenceSet, FramesOutsideTheSpanAreNotLookedUp) {
   MotionConfidenceSet set;
   set.Set(5, 0.0f);

@@ -12,6 +12,7 @@
 #include <vector>
 
 #include "Scenes.h"
+#include "imaging/Sobel.h"
 #include "numerics/Matrix.h"
 #include "numerics/Parallel.h"
 #include "tracking/KLTTracker.h"
@@ -215,6 +216,18 @@ TEST(KLTTrackerSearch, ResultsAreTheSameForAnyProcessorCount) {
 }
 
 // --- what is dropped ---
+
+TEST(KLTTrackerSearch, AFeatureIsTrackedOnItsOwnAtAnyTime) {
+  Tracking t(160, 120, 1);
+  FastArray frame = WavesMovedBy(0, 0);
+  t.StartAt(frame, {{40, 40}, {80, 60}});
+  FastArray x(160, 120), y(160, 120);
+  Sobel().Filter(frame, x, 1, 0.125);
+  Sobel().Filter(frame, y, 0, 0.125);
+  t.tracker.features[1].quality = 1000.0;
+  t.tracker.TrackFeature(1, &frame, &frame, &x, &y, 0);  // before any frame was tracked
+  EXPECT_EQ(t.tracker.features[1].quality, 0.0);
+}
 
 TEST(KLTTrackerSearch, AFeatureOnAConstantAreaIsLost) {
   FastArray frame = ConstantFrame(160, 120, 80.0F);
