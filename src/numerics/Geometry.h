@@ -24,6 +24,12 @@ inline Point2D ProjectPoint(const Matrix& m, const Point2D& p, float originX, fl
 /// The same with the nine values of the matrix, row by row. With any other count the result is a copy of `p`.
 Point2D ProjectPoint(const std::vector<double>& params, const Point2D& p);
 
+/// The centre of a frame in whole pixels: half its size in integer division, about which motion is held.
+inline Point2D FrameCentre(int width, int height) {
+  const int x = width / 2, y = height / 2;
+  return Point2D(x, y);
+}
+
 double Distance(const Point2D& a, const Point2D& b);
 
 double TriangleArea(const Point2D& a, const Point2D& b, const Point2D& c);

@@ -16,7 +16,7 @@ void Coverage::SetMotion(const HomographySet* motion, int newWidth, int newHeigh
   height = newHeight;
   if (!mosaic) mosaic = std::make_unique<Mosaic>(width, height);
   mosaic->SetRegistration(*motion);
-  if (motion->originLocation == 4) origin = Point2D(width / 2, height / 2);
+  if (motion->originLocation == 4) origin = FrameCentre(width, height);
 }
 
 void Coverage::Reproject(const Matrix& reference) {
@@ -31,7 +31,7 @@ int Coverage::CalculateCoverage(const Rectangle& /*border*/, int current, int lo
   previousFrames.assign(frames.empty() ? frames.begin() : frames.begin() + 1, frames.end());
   frames.assign(1, current);
 
-  const Point2D centre(width / 2, height / 2);
+  const Point2D centre = FrameCentre(width, height);
   std::vector<Point2D> seen{ProjectPoint(displayTransform, centre)};
   for (const int frame : previousFrames) takeIfApart(frame, current, seen);
   const int reach = std::max(current - low, high - current);
@@ -46,7 +46,7 @@ int Coverage::CalculateCoverage(const Rectangle& /*border*/, int current, int lo
 
 /// Where the frame's centre stands in the output.
 Point2D Coverage::positionOf(int frame, int current) const {
-  const Point2D centre(width / 2, height / 2);
+  const Point2D centre = FrameCentre(width, height);
   const Point2D inPlane = ProjectPoint(mosaic->GetInverseProjection(frame), centre - origin) + mosaic->originOffset;
   const Point2D inCurrent = mosaic->LocationInFrame(inPlane.x, inPlane.y, current);
   return ProjectPoint(displayTransform, inCurrent, static_cast<float>(centre.x), static_cast<float>(centre.y));

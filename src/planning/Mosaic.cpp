@@ -49,7 +49,7 @@ bool Mosaic::SetRegistration(const HomographySet& registration) {
   projections = registration;
   unprojected.Clear();
   generateInverseProjections();
-  centreOffset = projections.originLocation == 4 ? Point2D(frameWidth / 2, frameHeight / 2) : Point2D();
+  centreOffset = projections.originLocation == 4 ? FrameCentre(frameWidth, frameHeight) : Point2D();
   return true;
 }
 
@@ -164,7 +164,7 @@ void Mosaic::InFrames(double x, double y, std::vector<int>& outFrames, std::vect
 }
 
 double Mosaic::CalculateCentreDistance(int x, int y, int frame) const {
-  return Distance(LocationInFrame(x, y, frame), Point2D(frameWidth / 2, frameHeight / 2));
+  return Distance(LocationInFrame(x, y, frame), FrameCentre(frameWidth, frameHeight));
 }
 
 void Mosaic::ReprojectMatrices(const Matrix& reference) {

@@ -62,7 +62,7 @@ void MotionProcessorFCPX::setWidth(int width, int height) {
   analysedWidth = width;
   analysedHeight = height;
   correcter.SetDimensions(width, height);
-  intentFinder.centre = Point2D(width / 2, height / 2);
+  intentFinder.centre = Vorn::FrameCentre(width, height);
 }
 
 void MotionProcessorFCPX::setInputMotion(const HomographySet& motion, const HomographySet& qaMotion,
@@ -164,7 +164,7 @@ void MotionProcessorFCPX::stillBrokenFrames() {
 }
 
 void MotionProcessorFCPX::calculateCentreMotion(std::vector<Point2D>& path, const HomographySet& motion) const {
-  const Point2D centre(analysedWidth / 2, analysedHeight / 2);
+  const Point2D centre = Vorn::FrameCentre(analysedWidth, analysedHeight);
   const Point2D origin = motion.originLocation == 4 ? centre : Point2D();
   const auto step = [&](int frame) {
     return Vorn::ProjectPoint(At(motion, frame), centre, static_cast<float>(origin.x), static_cast<float>(origin.y)) -

@@ -83,7 +83,7 @@ bool OrvaneFCPXPlugIn::loadProjectEvents(const std::string& path) {
   ObjC_MP->setSmoothingFactor(reader.smoothingFactor());
   ObjC_MP->setInputMotion(*ObjC_TRKME->motion(), *ObjC_TRKME->qamotion(), *ObjC_TRKME->confidence());
   ObjC_MP->setPriorities(reader.intValue(kEventDetection));
-  const bool loaded = ObjC_MP->loadEvents(path.c_str());
+  const bool loaded = ObjC_MP->loadEvents(path);
   if (!loaded) ObjC_MP->initialiseEvents();
   ObjC_MP->processMotion();
   storeEvents();

@@ -217,7 +217,7 @@ void OutputRenderer::processFrame(float frame, int interlacing, void* inputImage
 }
 
 Matrix OutputRenderer::displayed(const Matrix& correction) const {
-  const Matrix h = Hdisplay * correction;
+  Matrix h = Hdisplay * correction;
   if (renderMode_ == RenderZoom) return Hzoom * h;
   if (renderMode_ == RenderCrop) return Hcentre * h;
   return h;
