@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "numerics/Parallel.h"
+#include "rendering/WarpImage.h"
 
 namespace Vorn {
 namespace {
@@ -42,8 +43,10 @@ const WarpFormat* FindWarpFormat(PixelType type) {
   return format != std::end(warpFormats) ? format : nullptr;
 }
 
+Matrix ThreeByThree(const Matrix& m) { return m.rows == 3 && m.columns == 3 ? m : Matrix::GetIdentity(3); }
+
 Matrix InverseOf(const Matrix& m) {
-  Matrix inverse = m.rows == 3 && m.columns == 3 ? m : Matrix::GetIdentity(3);
+  Matrix inverse = ThreeByThree(m);
   inverse.Inverse();  // a singular matrix stays as it is, and what it gives is the result
   return inverse;
 }
@@ -70,6 +73,11 @@ std::vector<FastWarperContext> MakeStripes(const FastWarperContext& whole, int s
 
 void FastWarper::Project(const Image& src, Image& dst, Image& matte, const Matrix& m) const {
   const WarpFormat* const format = FindWarpFormat(src.type);
+  if (!format && fallback) {
+    fallback->centre = Point2D(sourceOriginX, sourceOriginY);
+    fallback->Project(src, dst, matte, ThreeByThree(m), nullptr);
+    return;
+  }
   matte.Resize(dst.width, dst.height, format ? format->matteType : L8);
   matte.Clear();
   if (!format || !HoldsRowsOf(dst, format->pixelBytes)) return;

@@ -24,8 +24,8 @@ class FastWarper {
   /// rows of the source: with n processors, rows beyond n times (source height / n, a whole number) are left as they
   /// are in `dst` and zero in `matte`, and with fewer source rows than processors only row 0 is drawn.
   ///
-  /// Pixel types without a loop go to `fallback`. Without one `dst` stays as it is and the matte is zero, as it is for
-  /// a `dst` with rows too short for the source's pixels.
+  /// Pixel types without a loop go to `fallback`, whose `centre` becomes the source origin. Without one `dst` stays as
+  /// it is and the matte is zero, as it is for a `dst` with rows too short for the source's pixels.
   ///
   /// Concurrent calls are fine, with images of their own to write.
   void Project(const Image& src, Image& dst, Image& matte, const Matrix& m) const;
@@ -61,6 +61,12 @@ class FastWarper {
                              int lastRow) const;
   void projectBilinear_Y1UVNN(const Image& src, Image& dst, Image& matte, const Matrix& inverse, int firstRow,
                               int lastRow) const;
+
+  /// The slow reference for any format: `dst` becomes an image of the source's size and type, black outside the given
+  /// rows, with the matte as `WarpImage` makes it. The matrix acts about the source origin, the target origin isn't
+  /// looked at, and the kernel is bilinear. `Project` never takes it, and as it resizes it isn't for stripes.
+  void projectGeneric(const Image& src, Image& dst, Image& matte, const Matrix& inverse, int firstRow,
+                      int lastRow) const;
 
   /// What runs one stripe: `context` is its `FastWarperContext*`.
   static void FastWarpingWrapper(void* context);

@@ -144,8 +144,9 @@ struct VideoLane {
   }
   static VideoLane Chroma(const Image& image, unsigned min, unsigned max) {
     // Two formulas for the neutral value on purpose: pictures that were warped before stay as they were.
+    const unsigned middle = (max - min) / 2 + min;
     const int half = static_cast<int>(image.maxValue / 2);
-    return {static_cast<float>(min), static_cast<float>(max), static_cast<float>((max - min) / 2 + min),
+    return {static_cast<float>(min), static_cast<float>(max), static_cast<float>(middle),
             static_cast<float>(half - static_cast<int>(min)), true};
   }
   static VideoLane ChromaU(const Image& image) { return Chroma(image, image.uMin, image.uMax); }

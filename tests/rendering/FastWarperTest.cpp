@@ -14,6 +14,7 @@
 
 #include "imaging/ImageInterpolator.h"
 #include "numerics/Parallel.h"
+#include "rendering/WarpImage.h"
 
 namespace Vorn {
 namespace {
@@ -790,6 +791,67 @@ TEST_F(FastWarperTest, TypesWithoutALoopAndWithoutFallbackLeaveTheDestinationAnd
     warper.Project(source, target, matte, Matrix::GetIdentity(3));
     EXPECT_EQ(At(target, 5, 5).r, 9.0f);
   }
+}
+
+TEST_F(FastWarperTest, TypesWithoutALoopGoToTheFallbackAboutTheSourceOrigin) {
+  Image source(11, 9, L8);
+  for (int y = 0; y < 9; ++y)
+    for (int x = 0; x < 11; ++x) source.SetRaw(x, y, Pixel(10 * x + y, 255));
+  Image target;
+  WarpImage general;
+  warper.fallback = &general;
+  warper.sourceOriginX = 4;
+  warper.sourceOriginY = 3;
+  warper.Project(source, target, matte, Homography({2, 0, 0, 0, 2, 0, 0, 0, 1}));
+  EXPECT_EQ(general.centre.x, 4.0);
+  EXPECT_EQ(general.centre.y, 3.0);
+  ASSERT_EQ(target.type, L8);
+  ASSERT_EQ(target.width, 11);
+  EXPECT_EQ(target.GetRaw(4, 3).Luma(), 43);  // the origin stays, and (6, 5) comes from (5, 4)
+  EXPECT_EQ(target.GetRaw(6, 5).Luma(), 54);
+  EXPECT_EQ(target.GetRaw(5, 3).Luma(), 48);  // between 43 and 53
+  EXPECT_EQ(Coverage(matte, 5, 3), 255);
+}
+
+TEST_F(FastWarperTest, TypesWithALoopDoNotGoToTheFallback) {
+  const Image source = OpaqueNoiseFrame(6, 6);
+  Image target(6, 6, ARGBSF);
+  WarpImage general;
+  general.centre = Point2D(-1, -1);
+  warper.fallback = &general;
+  setOrigins(3, 3);
+  warper.Project(source, target, matte, Matrix::GetIdentity(3));
+  ExpectSameBytes(target, source);
+  EXPECT_EQ(general.centre.x, -1.0);
+}
+
+TEST_F(FastWarperTest, TheGenericMemberFillsItsRowsInAnyFormat) {
+  Image source(8, 6, LA16), target;
+  for (int y = 0; y < 6; ++y)
+    for (int x = 0; x < 8; ++x) source.SetRaw(x, y, Pixel(20 * x + y, 100 + x));
+  warper.projectGeneric(source, target, matte, Shift(0.5, 1), 1, 3);
+  ASSERT_EQ(target.type, LA16);
+  ASSERT_EQ(target.height, 6);
+  EXPECT_EQ(matte.type, L8);
+  for (int y = 0; y < 6; ++y) {
+    const bool filled = y >= 1 && y <= 3;
+    EXPECT_EQ(target.GetRaw(2, y).Luma(), filled ? 50 + y + 1 : 0) << y;  // between columns 2 and 3, a row below
+    EXPECT_EQ(target.GetRaw(2, y).A(), filled ? 103 : 0);                 // 102.5, rounded
+    EXPECT_EQ(Coverage(matte, 2, y), filled ? 103 : 0);
+  }
+}
+
+TEST_F(FastWarperTest, TheGenericMemberTurnsAboutTheSourceOrigin) {
+  Image source(9, 9, RGB48), target;
+  for (int y = 0; y < 9; ++y)
+    for (int x = 0; x < 9; ++x) source.SetRaw(x, y, Pixel(1000 * x, 1000 * y, 7, 65535));
+  warper.sourceOriginX = 4;
+  warper.sourceOriginY = 3;
+  warper.projectGeneric(source, target, matte, Homography({0, -1, 0, 1, 0, 0, 0, 0, 1}), 0, 100);
+  EXPECT_EQ(matte.type, L16);
+  EXPECT_EQ(target.GetRaw(6, 4).R(), 3000);  // (2, 1) from the origin comes from (-1, 2)
+  EXPECT_EQ(target.GetRaw(6, 4).G(), 5000);
+  EXPECT_EQ(Coverage(matte, 6, 4), 65535);
 }
 
 }  // namespace
