@@ -66,12 +66,13 @@ void FrameSource::readFrames() {
     for (int number = 0; number < clip.identity.frames && frames.next(&coded);) {
       if (coded.time < clip.firstTime) continue;  // not counted either
       CheckSameFormat(clip.path, clip.format, *coded.frame, number);
+      if (!waitForRoom()) return;
       SharedPicture picture = pool.take();
       converter.toFloat(planesOf(*coded.frame), picture->samples.data(), picture->rowBytes());
       picture->number = number++;
       picture->time = coded.time;
       picture->duration = coded.duration;
-      if (!push(std::move(picture))) return;
+      push(std::move(picture));
     }
   } catch (...) {
     const std::lock_guard<std::mutex> guard(lock);
@@ -82,13 +83,16 @@ void FrameSource::readFrames() {
   changed.notify_all();
 }
 
-bool FrameSource::push(SharedPicture picture) {
+bool FrameSource::waitForRoom() {
   std::unique_lock<std::mutex> guard(lock);
   changed.wait(guard, [this] { return stopping || ready.size() < readAhead; });
-  if (stopping) return false;
+  return !stopping;
+}
+
+void FrameSource::push(SharedPicture picture) {
+  const std::lock_guard<std::mutex> guard(lock);
   ready.push_back(std::move(picture));
   changed.notify_all();
-  return true;
 }
 
 SharedPicture FrameSource::pop() {

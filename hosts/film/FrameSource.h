@@ -28,12 +28,13 @@ class FrameSource {
   SharedPicture fetch(int number);
 
  private:
-  static constexpr size_t readAhead = 2;
+  static constexpr size_t readAhead = 2;  // with the one in the making
 
   void start();
   void stop();
   void readFrames();
-  bool push(SharedPicture picture);
+  bool waitForRoom();
+  void push(SharedPicture picture);
   SharedPicture pop();
 
   ClipContents clip;

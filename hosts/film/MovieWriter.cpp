@@ -18,6 +18,13 @@ const AVOutputFormat& containerFor(const std::string& path) {
   return *format;
 }
 
+/// Whether a preset looks at more frames ahead than memory is good for.
+bool looksFarAhead(const std::string& preset) {
+  for (const char* quick : {"ultrafast", "superfast", "veryfast", "faster"})
+    if (preset == quick) return false;
+  return true;
+}
+
 bool codecTakes(const AVCodec& codec, AVPixelFormat format) {
   for (const AVPixelFormat* taken = codec.pix_fmts; taken && *taken != AV_PIX_FMT_NONE; ++taken)
     if (*taken == format) return true;
@@ -101,6 +108,7 @@ void MovieWriter::openEncoder(const EncoderOptions& options) {
   AVDictionary* dictionary = nullptr;
   av_dict_set(&dictionary, "crf", std::to_string(options.crf).c_str(), 0);
   av_dict_set(&dictionary, "preset", options.preset.c_str(), 0);
+  if (looksFarAhead(options.preset)) av_dict_set(&dictionary, "rc-lookahead", "20", 0);
   const int result = avcodec_open2(encoder.get(), codec, &dictionary);
   av_dict_free(&dictionary);
   if (result < 0)
@@ -197,7 +205,13 @@ void MovieWriter::finish() {
 
 void MovieWriter::encodeQueue() {
   try {
-    while (const SharedPicture picture = nextPicture()) encode(*picture);
+    while (SharedPicture picture = nextPicture()) {
+      convert(*picture);
+      picture.reset();
+      dropPicture();  // before the encoder's share of the time: the memory is large
+      if (copier) check(copier->copyUntil(static_cast<double>(frame->pts) * av_q2d(timeBase)));
+      send(frame.get());
+    }
     if (abandoned) return;
     send(nullptr);
     if (copier) check(copier->copyUntil(1e18));
@@ -212,20 +226,21 @@ SharedPicture MovieWriter::nextPicture() {
   std::unique_lock<std::mutex> guard(lock);
   changed.wait(guard, [this] { return closing || abandoned || !queue.empty(); });
   if (abandoned || queue.empty()) return nullptr;
-  SharedPicture picture = std::move(queue.front());
-  queue.pop_front();
-  changed.notify_all();
-  return picture;
+  return queue.front();
 }
 
-void MovieWriter::encode(const FloatPicture& picture) {
+void MovieWriter::dropPicture() {
+  const std::lock_guard<std::mutex> guard(lock);
+  queue.pop_front();
+  changed.notify_all();
+}
+
+void MovieWriter::convert(const FloatPicture& picture) {
   check(av_frame_make_writable(frame.get()));
   converter->toCodes(picture.samples.data(), picture.rowBytes(), planesOf(*frame));
   frame->pts = picture.time - (span.whole ? 0 : span.firstTime);
   frame->pict_type = AV_PICTURE_TYPE_NONE;
   durations[frame->pts] = picture.duration;
-  if (copier) check(copier->copyUntil(static_cast<double>(frame->pts) * av_q2d(timeBase)));
-  send(frame.get());
 }
 
 void MovieWriter::send(const AVFrame* next) {

@@ -60,7 +60,7 @@ class MovieWriter {
   void finish();
 
  private:
-  static constexpr size_t longestQueue = 1;
+  static constexpr size_t longestQueue = 1;  // with the one that is being converted
 
   void choosePixelFormat(const AVCodec& codec);
   void openEncoder(const EncoderOptions& options);
@@ -69,7 +69,8 @@ class MovieWriter {
   void writeHeader();
   void encodeQueue();
   SharedPicture nextPicture();
-  void encode(const FloatPicture& picture);
+  void convert(const FloatPicture& picture);
+  void dropPicture();
   void send(const AVFrame* next);
   void check(int result) const;
 
