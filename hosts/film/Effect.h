@@ -1,0 +1,58 @@
+#pragma once
+
+#include <functional>
+#include <memory>
+#include <vector>
+
+#include "film/FilmHost.h"
+#include "film/ParameterStore.h"
+#include "film/Settings.h"
+#include "film/TerminalPlatform.h"
+#include "plugin/OrvaneFCPXPlugIn.h"
+
+namespace film {
+
+/// The effect applied to a clip, with what a host's user does to it.
+class Effect {
+ public:
+  /// Both are lent.
+  Effect(FrameSource& frames, TerminalPlatform& platform);
+
+  ParameterStore& parameters() { return store; }
+  const OrvaneFCPXPlugIn& plugIn() const { return *effect; }
+
+  /// Whether a motion for all of the clip is stored.
+  bool holdsWholeAnalysis() const;
+  /// Whether any is.
+  bool holdsAnalysis() const;
+
+  /// Changes settings, each as if its control had been moved. Where an analysis is stored, the first frame is shown
+  /// before, so that the effect plans anew at each change, and the events that it found are stored in the end.
+  void change(const std::vector<SettingChange>& changes);
+
+  /// Presses the analysis button and waits. `progress` gets the number of frames done. `cancelled` is asked all the
+  /// time; true presses the cancel button. Returns whether the pass went through.
+  bool analyse(const std::function<void(int frames)>& progress, const std::function<bool()>& cancelled);
+
+  /// Renders the first frame, so that the effect builds its plan from what is stored.
+  void showFirstFrame();
+
+  /// The effect's output for a frame. Fails when the clip's frame can't be read or the effect refuses.
+  SharedPicture render(int number);
+
+ private:
+  int frameCount() const { return source.contents().identity.frames; }
+  void storeEvents();
+
+  FrameSource& source;
+  TerminalPlatform& platform;
+  ParameterStore store;
+  FilmHost host;
+  PicturePool pool;
+  std::unique_ptr<OrvaneFCPXPlugIn> effect;
+};
+
+/// Has an effect without a clip declare its parameters to `store`.
+void DeclareParameters(ParameterStore* store, TerminalPlatform* platform);
+
+}  // namespace film

@@ -1,0 +1,258 @@
+#include "film/Report.h"
+
+#include <algorithm>
+#include <cstdio>
+
+#include "planning/MotionProcessorFCPX.h"
+#include "plugin/SerialisedMotion.h"
+
+namespace film {
+namespace {
+
+using Json = nlohmann::ordered_json;
+
+// What the planner takes for broken.
+constexpr float lowConfidence = 0.1f;
+
+const char* kindOf(const MotionInterval& event) {
+  if (event.motion_type == MotionStill) return "hold";
+  return event.motion_type == MotionBroken ? "broken" : "move";
+}
+
+Json describeEvents(const std::vector<MotionInterval>& events) {
+  Json list = Json::array();
+  for (const MotionInterval& event : events)
+    list.push_back({{"kind", kindOf(event)}, {"first", event.begin_frame}, {"last", event.end_frame}});
+  return list;
+}
+
+Json describeRanges(const Vorn::MultiRange& ranges) {
+  Json list = Json::array();
+  for (const Vorn::Range& range : ranges.data) list.push_back({{"first", range.first}, {"last", range.last}});
+  return list;
+}
+
+Json lowConfidenceFrames(const MotionConfidenceSet& confidence) {
+  Json list = Json::array();
+  for (size_t i = 0; i < confidence.index.size(); ++i)
+    if (!(confidence.confidence[i] > lowConfidence)) list.push_back(confidence.index[i]);
+  return list;
+}
+
+double ratio(int whole, int part) { return part > 0 ? static_cast<double>(whole) / part : 1.0; }
+
+struct Ratios {
+  double x = 1, y = 1;
+};
+
+/// Frame size over border size; the plan is in pixels of the analysed frame, which here is the clip's.
+Ratios borderRatios(const Effect& effect, const ClipContents& contents) {
+  const MotionProcessorFCPX* planner = effect.plugIn().ObjC_MP.get();
+  if (!planner) return {};
+  const Vorn::Rectangle& border = *planner->border();
+  return {ratio(contents.format.width, border.brx - border.tlx + 1),
+          ratio(contents.format.height, border.bry - border.tly + 1)};
+}
+
+Json describeSettings(const ParameterStore& parameters) {
+  Json settings = Json::object();
+  for (const SettingOption& option : SettingOptions()) {
+    const Parameter* parameter = parameters.find(option.id);
+    if (!parameter) continue;
+    if (option.words.empty())
+      settings[option.name] = option.whole ? Json(static_cast<int>(parameter->value)) : Json(parameter->value);
+    else
+      settings[option.name] = SettingText(option, parameter->value);
+  }
+  return settings;
+}
+
+void describePlan(Session& session, Json* description) {
+  const Effect& effect = session.effect();
+  const MotionProcessorFCPX& planner = *effect.plugIn().ObjC_MP;
+  (*description)["events"] = {{"horizontal", describeEvents(*planner.eventsX())},
+                              {"vertical", describeEvents(*planner.eventsY())}};
+  const Vorn::Rectangle& border = *planner.border();
+  const Ratios ratios = borderRatios(effect, session.contents());
+  (*description)["border"] = {{"left", border.tlx},          {"top", border.tly},
+                              {"right", border.brx},         {"bottom", border.bry},
+                              {"found", planner.goodCrop()}, {"zoomToFill", std::max(ratios.x, ratios.y)}};
+}
+
+std::string countText(int count, const char* one, const char* many) {
+  return std::to_string(count) + " " + (count == 1 ? one : many);
+}
+
+void addCount(const std::vector<MotionInterval>& events, int* holds, int* moves, int* broken) {
+  for (const MotionInterval& event : events)
+    ++*(event.motion_type == MotionStill ? holds : event.motion_type == MotionBroken ? broken : moves);
+}
+
+std::string spans(const Json& list) {
+  std::string text;
+  for (const Json& span : list)
+    text += (text.empty() ? "" : ", ") +
+            (span.contains("kind") ? span["kind"].get<std::string>() + " " : std::string()) +
+            std::to_string(span["first"].get<int>()) + " to " + std::to_string(span["last"].get<int>());
+  return text.empty() ? "none" : text;
+}
+
+std::string numberList(const Json& list) {
+  constexpr size_t shown = 20;
+  std::string text;
+  for (size_t i = 0; i < std::min(list.size(), shown); ++i) text += (i ? ", " : "") + list[i].dump();
+  if (list.size() > shown) text += " and " + std::to_string(list.size() - shown) + " more";
+  return text.empty() ? "none" : text;
+}
+
+std::string rounded(double value) {
+  char text[32];
+  std::snprintf(text, sizeof text, "%.3f", value);
+  return text;
+}
+
+const char* kindOf(Parameter::Kind kind) {
+  constexpr const char* names[] = {"toggle", "button", "menu", "integer", "float", "group", "stored"};
+  return names[kind];
+}
+
+Json numberOf(const Parameter& parameter, double value) {
+  return parameter.kind == Parameter::FloatSlider ? Json(value) : Json(static_cast<int>(value));
+}
+
+/// The option that sets a parameter, or null.
+const SettingOption* optionFor(unsigned id) {
+  for (const SettingOption& option : SettingOptions())
+    if (option.id == id) return &option;
+  return nullptr;
+}
+
+}  // namespace
+
+double ZoomOf(Effect& effect, const ClipContents& contents) {
+  const auto value = [&](unsigned id) { return effect.parameters().find(id)->value; };
+  if (value(kRenderingType) != 2) return 1.0;
+  const Ratios ratios = borderRatios(effect, contents);
+  if (value(kZoomType) == 2) return value(kVariableZoomAmount);
+  return value(kZoomType) == 1 ? std::min(ratios.x, ratios.y) : std::max(ratios.x, ratios.y);
+}
+
+std::string EventText(const Effect& effect) {
+  const MotionProcessorFCPX* planner = effect.plugIn().ObjC_MP.get();
+  int holds = 0, moves = 0, broken = 0;
+  if (planner) {
+    addCount(*planner->eventsX(), &holds, &moves, &broken);
+    addCount(*planner->eventsY(), &holds, &moves, &broken);
+  }
+  if (holds + moves + broken == 0) return "no events";
+  std::string text = countText(holds, "hold", "holds") + ", " + countText(moves, "move", "moves");
+  if (broken > 0) text += ", " + countText(broken, "broken stretch", "broken stretches");
+  return text;
+}
+
+Json DescribeEffect(Session& session) {
+  const ClipContents& clip = session.contents();
+  Effect& effect = session.effect();
+  Json description;
+  description["clip"] = {{"path", clip.path},
+                         {"width", clip.format.width},
+                         {"height", clip.format.height},
+                         {"frames", clip.identity.frames},
+                         {"fps", av_q2d(clip.frameRate)}};
+  description["document"] = session.documentPath();
+  const auto* motion = dynamic_cast<const SerialisedMotion*>(effect.parameters().find(kMotionStorage)->custom.get());
+  description["analysed"] =
+      effect.holdsAnalysis() && motion ? describeRanges(motion->getMotion()->range) : Json::array();
+  if (effect.holdsAnalysis() && motion) {
+    describePlan(session, &description);
+    description["lowConfidence"] = lowConfidenceFrames(*motion->getConfidence());
+  }
+  description["settings"] = describeSettings(effect.parameters());
+  return description;
+}
+
+std::string TextOf(const Json& description) {
+  const Json& clip = description["clip"];
+  std::string text = clip["path"].get<std::string>() + ": " + countText(clip["frames"], "frame", "frames") + ", " +
+                     clip["width"].dump() + " x " + clip["height"].dump() + ", " + rounded(clip["fps"]) +
+                     " frames a second\n";
+  text += "effect document:          " + description["document"].get<std::string>() + "\n";
+  if (description.contains("events")) {
+    const Json& border = description["border"];
+    text += "analysed frames:          " + spans(description["analysed"]) + "\n";
+    text += "horizontal events:        " + spans(description["events"]["horizontal"]) + "\n";
+    text += "vertical events:          " + spans(description["events"]["vertical"]) + "\n";
+    text += "crop border:              " + border["left"].dump() + ", " + border["top"].dump() + " to " +
+            border["right"].dump() + ", " + border["bottom"].dump() + ", zoom to fill " +
+            rounded(border["zoomToFill"]) + (border["found"].get<bool>() ? "" : " (no border was found)") + "\n";
+    text += "frames of low confidence: " + numberList(description["lowConfidence"]) + "\n";
+  } else {
+    text += "analysed frames:          none; run `orvane analyse` on the clip\n";
+  }
+  text += "settings:                ";
+  for (const auto& [name, value] : description["settings"].items())
+    text += " --" + name + " " + (value.is_string() ? value.get<std::string>() : value.dump());
+  return text + "\n";
+}
+
+Json DescribeParameters(const ParameterStore& parameters, const ParameterStore& keys) {
+  Json list = Json::array();
+  for (const Parameter& parameter : parameters.parameters()) {
+    const Parameter* key = keys.find(parameter.id);
+    Json row{{"id", parameter.id}, {"kind", kindOf(parameter.kind)}, {"key", key ? key->name : ""}};
+    row["text"] = parameter.name;
+    if (const SettingOption* option = optionFor(parameter.id)) {
+      row["option"] = std::string("--") + option->name;
+      if (!option->words.empty()) row["values"] = option->words;
+    }
+    if (parameter.holdsNumber()) {
+      row["default"] = numberOf(parameter, parameter.defaultValue);
+      row["least"] = numberOf(parameter, parameter.least);
+      row["most"] = numberOf(parameter, parameter.most);
+    }
+    if (!parameter.entries.empty()) {
+      row["entryKeys"] = key ? key->entries : std::vector<std::string>();
+      row["entries"] = parameter.entries;
+    }
+    if (parameter.group != 0) row["group"] = parameter.group;
+    row["flags"] = parameter.flags;
+    list.push_back(std::move(row));
+  }
+  return list;
+}
+
+Json DescribeDeclaredParameters() {
+  TerminalPlatform texts(TerminalPlatform::UserLanguage()), keys("");
+  keys.showKeys();
+  ParameterStore withTexts, withKeys;
+  DeclareParameters(&withTexts, &texts);
+  DeclareParameters(&withKeys, &keys);
+  return DescribeParameters(withTexts, withKeys);
+}
+
+std::string TableOf(const Json& parameters) {
+  std::string text;
+  for (const Json& row : parameters) {
+    char line[160];
+    std::snprintf(line, sizeof line, "%5u  %-8s", row["id"].get<unsigned>(), row["kind"].get<std::string>().c_str());
+    text += line + row["key"].get<std::string>() + "  \"" + row["text"].get<std::string>() + "\"";
+    if (row.contains("option")) {
+      text += "  " + row["option"].get<std::string>() + " ";
+      if (row.contains("values"))
+        for (const Json& value : row["values"])
+          text += (value == row["values"][0] ? "" : "|") + value.get<std::string>();
+      else
+        text += row["least"].dump() + ".." + row["most"].dump();
+      const Json shown = row.contains("values") ? row["values"][row["default"].get<size_t>()] : row["default"];
+      text += "  (default " + (shown.is_string() ? shown.get<std::string>() : shown.dump()) + ")";
+    }
+    text += "\n";
+    if (row.contains("entries"))
+      for (size_t i = 0; i < row["entries"].size(); ++i)
+        text += "                 " + std::to_string(i) + " " + row["entryKeys"][i].get<std::string>() + "  \"" +
+                row["entries"][i].get<std::string>() + "\"\n";
+  }
+  return text;
+}
+
+}  // namespace film

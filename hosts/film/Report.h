@@ -1,0 +1,31 @@
+#pragma once
+
+#include <nlohmann/json.hpp>
+#include <string>
+
+#include "film/Effect.h"
+#include "film/ParameterStore.h"
+#include "film/Session.h"
+
+// What the program tells of an effect: for people and for programs.
+namespace film {
+
+/// How much the picture is enlarged with the settings in hand; 1 in modes that don't zoom. The effect has shown a
+/// frame.
+double ZoomOf(Effect& effect, const ClipContents& contents);
+
+/// "2 holds, 1 move" of both axes, or "none".
+std::string EventText(const Effect& effect);
+
+/// All that is stored of a clip. The effect has shown a frame if it holds an analysis.
+nlohmann::ordered_json DescribeEffect(Session& session);
+/// The same as lines of text.
+std::string TextOf(const nlohmann::ordered_json& description);
+
+/// The parameter table. `keys` holds the same parameters with localisation keys in place of texts.
+nlohmann::ordered_json DescribeParameters(const ParameterStore& parameters, const ParameterStore& keys);
+/// As the effect declares it, in the user's language.
+nlohmann::ordered_json DescribeDeclaredParameters();
+std::string TableOf(const nlohmann::ordered_json& parameters);
+
+}  // namespace film

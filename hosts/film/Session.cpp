@@ -1,0 +1,118 @@
+#include "film/Session.h"
+
+#include <cstdio>
+#include <utility>
+
+#include "film/EffectDocument.h"
+#include "film/Failure.h"
+#include "film/Interrupt.h"
+#include "film/OutputFile.h"
+#include "numerics/Parallel.h"
+
+namespace film {
+namespace {
+
+/// The document to go on with, or nothing. A document that doesn't fit is an error, unless the user starts again.
+std::optional<EffectDocument> loadDocument(const std::string& path, bool again) {
+  try {
+    return EffectDocument::Load(path);
+  } catch (const Failure&) {
+    if (!again) throw;
+    return std::nullopt;
+  }
+}
+
+bool fits(const EffectDocument& document, const ClipContents& contents, bool again) {
+  try {
+    document.checkClip(contents);
+    return true;
+  } catch (const Failure&) {
+    if (!again) throw;
+    return false;
+  }
+}
+
+}  // namespace
+
+std::string Session::DocumentPath(const SessionOptions& options) {
+  return options.effectPath.empty() ? EffectDocument::PathFor(options.clip) : options.effectPath;
+}
+
+Session::Session(SessionOptions sessionOptions)
+    : options(std::move(sessionOptions)),
+      effectPath(DocumentPath(options)),
+      platform(TerminalPlatform::UserLanguage()) {
+  openDocument();
+  applyThreads();
+}
+
+void Session::openDocument() {
+  std::optional<EffectDocument> document = loadDocument(effectPath, options.again);
+  ClipContents contents =
+      ScanClip(options.clip, document ? document->frames() : -1, options.threads, [](int) { return !Interrupted(); });
+  if (!contents.warning.empty()) std::fprintf(stderr, "orvane: %s\n", contents.warning.c_str());
+  if (document && !fits(*document, contents, options.again)) document.reset();
+  source = std::make_unique<FrameSource>(std::move(contents), options.threads);
+  current = std::make_unique<Effect>(*source, platform);
+  if (document) document->restore(current->parameters());
+}
+
+// Where a frame's rows or lanes aren't a multiple of the stripe count some would be left out.
+void Session::applyThreads() const {
+  const int width = contents().format.width, height = contents().format.height;
+  int count = Vorn::StripeCountFor(width, height);
+  if (options.threads > 0) {
+    count = options.threads;
+    while (count > 1 && (height % count != 0 || 4LL * width % count != 0)) --count;
+  }
+  Vorn::SetProcessorCount(count);
+}
+
+bool Session::needsAnalysis() const { return options.again || !current->holdsWholeAnalysis(); }
+
+void Session::checkDocumentCanBeWritten() const {
+  try {
+    const OutputFile trial(effectPath);
+  } catch (const Failure& failure) {
+    throw Failure(std::string(failure.what()) + "; --effect FILE keeps the effect document elsewhere");
+  }
+}
+
+void Session::applySettings() {
+  const nlohmann::json before = current->parameters().numbers();
+  current->change(options.changes);
+  if (current->parameters().numbers() != before) save();
+}
+
+std::optional<double> Session::analyse() {
+  Progress progress(options.progress, options.progress == ProgressStyle::Json ? stdout : stderr, "Analysing",
+                    contents().identity.frames);
+  bool whole = false;
+  try {
+    whole = current->analyse([&](int frames) { progress.update(frames); }, Interrupted);
+  } catch (...) {
+    save();  // what it has found stays
+    throw;
+  }
+  progress.finish();
+  save();
+  openAnew();
+  options.again = false;
+  return whole ? std::optional<double>(progress.rate()) : std::nullopt;
+}
+
+void Session::openAnew() {
+  const nlohmann::json numbers = current->parameters().numbers(), archives = current->parameters().archives();
+  current = std::make_unique<Effect>(*source, platform);
+  current->parameters().setNumbers(numbers);
+  current->parameters().setArchives(archives);
+}
+
+void Session::requireAnalysis() const {
+  if (!current->holdsAnalysis())
+    throw Failure(options.clip + ": no analysis of this clip is stored; run `orvane analyse` on it first");
+}
+
+void Session::save() const { EffectDocument::Save(effectPath, contents(), current->parameters()); }
+
+}  // namespace film

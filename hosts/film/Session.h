@@ -1,0 +1,70 @@
+#pragma once
+
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "film/ClipContents.h"
+#include "film/Effect.h"
+#include "film/FrameSource.h"
+#include "film/Progress.h"
+#include "film/Settings.h"
+#include "film/TerminalPlatform.h"
+
+namespace film {
+
+/// What the commands on a clip have in common.
+struct SessionOptions {
+  std::string clip;
+  std::string effectPath;  ///< empty for the one beside the clip
+  std::vector<SettingChange> changes;
+  bool again = false;
+  int threads = 0;  ///< 0 for as many as there are processors
+  ProgressStyle progress = ProgressStyle::None;
+};
+
+/// A clip with its effect and the document that keeps it.
+class Session {
+ public:
+  /// Where the document lies.
+  static std::string DocumentPath(const SessionOptions& options);
+
+  /// Reads the clip and its document, if there is one. With `again` a document that can't be used is as good as none.
+  explicit Session(SessionOptions options);
+
+  Effect& effect() { return *current; }
+  const ClipContents& contents() const { return source->contents(); }
+  const std::string& documentPath() const { return effectPath; }
+  ProgressStyle progressStyle() const { return options.progress; }
+
+  /// Whether the clip still has to be analysed before it can be rendered as a whole.
+  bool needsAnalysis() const;
+
+  /// Fails at once if the document couldn't be saved later.
+  void checkDocumentCanBeWritten() const;
+
+  /// Applies the changes of settings and saves the document if that changed anything.
+  void applySettings();
+
+  /// Analyses the clip and saves the document, of a cancelled pass too. The frames a second, or nothing when it was
+  /// cancelled. The effect is then as after opening the document anew, so that a later run renders the same frames.
+  std::optional<double> analyse();
+
+  /// Fails if there is nothing to render from.
+  void requireAnalysis() const;
+
+ private:
+  void openDocument();
+  void openAnew();
+  void save() const;
+  void applyThreads() const;
+
+  SessionOptions options;
+  std::string effectPath;
+  TerminalPlatform platform;
+  std::unique_ptr<FrameSource> source;
+  std::unique_ptr<Effect> current;
+};
+
+}  // namespace film

@@ -1,0 +1,290 @@
+#include "film/CommandLine.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <nlohmann/json.hpp>
+
+#include "analysis/HomographySet.h"
+#include "film/Clips.h"
+#include "film/FrameSource.h"
+#include "film/SampleSound.h"
+#include "numerics/Log.h"
+
+namespace film {
+namespace {
+
+using testing::AllOf;
+using testing::Contains;
+using testing::HasSubstr;
+using testing::IsEmpty;
+using testing::Not;
+
+constexpr int clipFrames = 14, clipWidth = 192, clipHeight = 144;
+
+/// A textured scene that the camera shakes over by known whole and half pixels.
+float SceneLuma(double x, double y) {
+  return static_cast<float>(0.5 + 0.16 * std::sin(x / 3.1) * std::cos(y / 4.3) + 0.14 * std::sin((x + 2 * y) / 7.7) +
+                            0.12 * std::cos((3 * x - y) / 11.0));
+}
+double ShakeX(int frame) { return 1.5 * std::sin(1.9 * frame); }
+double ShakeY(int frame) { return 1.0 * std::cos(2.3 * frame); }
+
+void WriteShakyClip(const std::string& path) {
+  EncoderOptions options;
+  options.crf = 8;
+  options.preset = "ultrafast";
+  options.threads = 1;
+  MovieWriter movie(path, TestContents(clipWidth, clipHeight), MovieSpan{}, options);
+  SampleSound(movie).write(clipFrames / 25.0);
+  PicturePool pool(clipWidth, clipHeight);
+  for (int number = 0; number < clipFrames; ++number) {
+    SharedPicture picture = TestPicture(pool, number);
+    for (int y = 0; y < clipHeight; ++y)
+      for (int x = 0; x < clipWidth; ++x) {
+        float* argb = picture->samples.data() + 4 * (static_cast<size_t>(y) * clipWidth + x);
+        argb[1] = argb[2] = argb[3] = SceneLuma(x + ShakeX(number), y + ShakeY(number));
+      }
+    movie.write(std::move(picture));
+  }
+  movie.finish();
+}
+
+struct Outcome {
+  int status;
+  std::string out, err;
+};
+
+class CommandLineTest : public testing::Test {
+ protected:
+  CommandLineTest() : clip(folder / "clip.mp4"), out(folder / "out.mp4"), document(clip + ".orvane.json") {
+    setenv("LC_ALL", "C", 1);
+    WriteShakyClip(clip);
+  }
+  ~CommandLineTest() override { Vorn::SetLogSink({}); }
+
+  static Outcome run(std::vector<std::string> arguments) {
+    std::vector<const char*> argv{"orvane"};
+    for (const std::string& argument : arguments) argv.push_back(argument.c_str());
+    testing::internal::CaptureStdout();
+    testing::internal::CaptureStderr();
+    Outcome outcome{};
+    outcome.status = Main(static_cast<int>(argv.size()), argv.data());
+    std::fflush(stdout);
+    outcome.out = testing::internal::GetCapturedStdout();
+    outcome.err = testing::internal::GetCapturedStderr();
+    return outcome;
+  }
+  /// Fails the test unless the run fails with one line that holds the words.
+  static void expectRefusal(const std::vector<std::string>& arguments, int status, const std::string& name,
+                            const std::string& remedy) {
+    const Outcome outcome = run(arguments);
+    EXPECT_EQ(outcome.status, status) << outcome.err;
+    EXPECT_THAT(outcome.err, AllOf(HasSubstr(name), HasSubstr(remedy)));
+    EXPECT_EQ(std::count(outcome.err.begin(), outcome.err.end(), '\n'), 1) << outcome.err;
+  }
+  static std::vector<std::vector<float>> framesOf(const std::string& path) {
+    FrameSource source(ScanClip(path, -1, 1, {}), 1);
+    std::vector<std::vector<float>> frames;
+    for (int number = 0; number < source.contents().identity.frames; ++number)
+      frames.push_back(source.fetch(number)->samples);
+    return frames;
+  }
+
+  TestFolder folder;
+  std::string clip, out, document;
+};
+
+TEST_F(CommandLineTest, StabiliseAnalysesRendersAndSumsUp) {
+  const Outcome outcome = run({"stabilise", clip, "-o", out, "--preset", "ultrafast", "--progress", "lines"});
+  ASSERT_EQ(outcome.status, 0) << outcome.err;
+  EXPECT_THAT(outcome.err, AllOf(HasSubstr("Analysing: frame 14 of 14"), HasSubstr("Rendering: frame 14 of 14")));
+  EXPECT_THAT(outcome.out,
+              AllOf(HasSubstr("14 frames"), HasSubstr("hold"), HasSubstr("zoom 1."), HasSubstr("frames a second")));
+  EXPECT_EQ(ScanClip(out, -1, 1, {}).identity.frames, clipFrames);
+  const auto saved = nlohmann::json::parse(ReadAll(document));
+  EXPECT_EQ(saved["archives"]["101"]["width"], clipWidth);
+  EXPECT_EQ(saved["archives"]["101"]["end"], clipFrames - 1);
+}
+
+TEST_F(CommandLineTest, ExportedMotionIsTheCameras) {
+  ASSERT_EQ(run({"analyse", clip, "--quiet", "--seed", "1", "--threads", "1"}).status, 0);
+  const Outcome outcome = run({"export", clip, "--motion", folder / "m.hset", "--rotation", folder / "r.hset",
+                               "--confidence", folder / "c.mconf", "--events", folder / "e.mfp", "--gains",
+                               folder / "g.gains", "--compensation", folder / "k.hset", "--design", folder / "d.hset"});
+  ASSERT_EQ(outcome.status, 0) << outcome.err;
+  Vorn::HomographySet motion;
+  ASSERT_TRUE(motion.Load((folder / "m.hset").c_str()));
+  for (int frame = 1; frame < clipFrames; ++frame) {
+    Vorn::Matrix matrix;
+    ASSERT_TRUE(motion.Get(frame, matrix));
+    EXPECT_NEAR(matrix(0, 2), ShakeX(frame - 1) - ShakeX(frame), 0.1) << frame;
+    EXPECT_NEAR(matrix(1, 2), ShakeY(frame - 1) - ShakeY(frame), 0.1) << frame;
+  }
+  EXPECT_EQ(ReadAll(folder / "c.mconf").substr(0, 5), "MCONF");
+  EXPECT_EQ(ReadAll(folder / "e.mfp").substr(0, 4), "MFP3");
+  for (const char* name : {"r.hset", "k.hset", "d.hset", "g.gains"})
+    EXPECT_EQ(ReadAll(folder / name).substr(0, 4), "RIFF");
+}
+
+TEST_F(CommandLineTest, TheDocumentGivesTheSameFramesAgain) {
+  const std::vector<std::string> encoder = {"--preset", "ultrafast", "--crf", "0", "--quiet"};
+  const auto with = [&](std::vector<std::string> arguments) {
+    arguments.insert(arguments.end(), encoder.begin(), encoder.end());
+    return run(arguments).status;
+  };
+  ASSERT_EQ(with({"stabilise", clip, "-o", out}), 0);
+  ASSERT_EQ(with({"render", clip, "-o", folder / "again.mp4"}), 0);
+  EXPECT_TRUE(framesOf(out) == framesOf(folder / "again.mp4"));
+  // Every setting that moves the plan: what it gives in the run that changes it, a later run gives too.
+  const std::vector<std::vector<std::string>> settings = {{"--events", "border"},      {"--smoothing", "30"},
+                                                          {"--events", "none"},        {"--global-mode", "cancel"},
+                                                          {"--global-mode", "smooth"}, {"--rotation-dampening", "off"},
+                                                          {"--rendering", "natural"},  {"--rendering", "crop"}};
+  for (const auto& setting : settings) {
+    ASSERT_EQ(with({"render", clip, "-o", folder / "changed.mp4", setting[0], setting[1], "--force"}), 0);
+    ASSERT_EQ(with({"render", clip, "-o", folder / "later.mp4", "--force"}), 0);
+    EXPECT_TRUE(framesOf(folder / "changed.mp4") == framesOf(folder / "later.mp4")) << setting[0] << setting[1];
+  }
+  EXPECT_FALSE(framesOf(folder / "later.mp4") == framesOf(out));  // the settings do matter
+}
+
+TEST_F(CommandLineTest, SettingsStayUntilChanged) {
+  ASSERT_EQ(run({"analyze", clip, "--quiet", "--smoothing", "40", "--rendering", "crop"}).status, 0);
+  EXPECT_THAT(run({"show", clip}).out, AllOf(HasSubstr("--smoothing 40"), HasSubstr("--rendering crop")));
+  ASSERT_EQ(run({"analyse", clip, "--quiet", "--zoom-type", "variable", "--zoom-amount", "1.25"}).status, 0);
+  const auto shown = nlohmann::json::parse(run({"show", clip, "--json"}).out);
+  EXPECT_EQ(shown["settings"]["smoothing"], 40);
+  EXPECT_EQ(shown["settings"]["zoom-type"], "variable");
+  EXPECT_EQ(shown["settings"]["zoom-amount"], 1.25);
+  EXPECT_EQ(shown["analysed"][0]["last"], clipFrames - 1);
+  EXPECT_THAT(shown["lowConfidence"], IsEmpty());
+  EXPECT_GE(shown["border"]["zoomToFill"], 1.0);
+}
+
+TEST_F(CommandLineTest, APartOfTheClipCanBeRendered) {
+  ASSERT_EQ(run({"analyse", clip, "--quiet"}).status, 0);
+  ASSERT_EQ(run({"render", clip, "-o", out, "--from", "3", "--to", "7", "--quiet"}).status, 0);
+  EXPECT_EQ(ScanClip(out, -1, 1, {}).identity.frames, 5);
+  expectRefusal({"render", clip, "-o", out, "--force", "--from", "3", "--to", "14", "--quiet"}, 2, clip, "0 to 13");
+  expectRefusal({"render", clip, "-o", out, "--force", "--from", "8", "--to", "7", "--quiet"}, 2, "--from", "behind");
+}
+
+TEST_F(CommandLineTest, WithOneThreadAndASeedAnAnalysisRepeats) {
+  ASSERT_EQ(run({"analyse", clip, "--quiet", "--threads", "1", "--seed", "7"}).status, 0);
+  const std::string first = ReadAll(document);
+  ASSERT_EQ(run({"analyse", clip, "--quiet", "--threads", "1", "--seed", "7", "--again"}).status, 0);
+  EXPECT_EQ(ReadAll(document), first);
+}
+
+TEST_F(CommandLineTest, ProgressForProgramsIsJsonLines) {
+  const Outcome outcome = run({"stabilise", clip, "-o", out, "--progress", "json"});
+  ASSERT_EQ(outcome.status, 0);
+  std::istringstream lines(outcome.out);
+  nlohmann::json last;
+  for (std::string line; std::getline(lines, line);) last = nlohmann::json::parse(line);
+  EXPECT_EQ(last["frames"], clipFrames);
+  EXPECT_TRUE(last.contains("zoom"));
+  EXPECT_EQ(outcome.err, "");
+}
+
+TEST_F(CommandLineTest, TheLogGoesToAFileOnly) {
+  const Outcome outcome = run({"analyse", clip, "--quiet", "--log", folder / "log"});
+  ASSERT_EQ(outcome.status, 0);
+  EXPECT_EQ(outcome.err + outcome.out, "");
+  EXPECT_THAT(ReadAll(folder / "log"), HasSubstr("Get pyramid for frame 0, lacing 0"));
+}
+
+TEST_F(CommandLineTest, AClipOfOneFrameWorks) {
+  WriteTestClip(folder / "one.mp4", 1, clipWidth, clipHeight);
+  ASSERT_EQ(run({"stabilise", folder / "one.mp4", "-o", out, "--quiet"}).status, 0);
+  EXPECT_EQ(ScanClip(out, -1, 1, {}).identity.frames, 1);
+}
+
+TEST_F(CommandLineTest, SmallAndOddSizesWork) {
+  for (const auto& [width, height] : {std::pair(101, 77), std::pair(30, 30), std::pair(16, 16), std::pair(8, 6)}) {
+    const std::string small = folder / "small.mp4";
+    WriteTestClip(small, 4, width, height);
+    const Outcome outcome = run({"stabilise", small, "-o", out, "--quiet", "--force", "--again"});
+    EXPECT_EQ(outcome.status, 0) << width << ": " << outcome.err;
+    EXPECT_EQ(ScanClip(out, -1, 1, {}).identity.frames, 4) << width;
+  }
+}
+
+TEST_F(CommandLineTest, OutputsAreProtected) {
+  ASSERT_EQ(run({"analyse", clip, "--quiet"}).status, 0);
+  WriteAll(out, "precious");
+  expectRefusal({"render", clip, "-o", out}, 1, out, "--force");
+  EXPECT_EQ(ReadAll(out), "precious");
+  expectRefusal({"render", clip, "-o", clip, "--force"}, 2, clip, "choose another name");
+  expectRefusal({"render", clip, "-o", document, "--force"}, 2, document, "choose another name");
+  std::filesystem::create_hard_link(clip, folder / "link.mp4");
+  expectRefusal({"render", clip, "-o", folder / "link.mp4", "--force"}, 2, folder / "link.mp4", "choose another name");
+  expectRefusal({"render", clip, "-o", folder / "none/out.mp4"}, 1, folder / "none/out.mp4", "make it first");
+  expectRefusal({"render", clip, "-o", folder / "out.xyz"}, 2, folder / "out.xyz", ".mp4");
+  ASSERT_EQ(run({"render", clip, "-o", out, "--force", "--quiet"}).status, 0);
+  EXPECT_EQ(ScanClip(out, -1, 1, {}).identity.frames, clipFrames);
+  EXPECT_THAT(folder.names(), Not(Contains(HasSubstr("out.mp4."))));  // nothing temporary stays
+}
+
+TEST_F(CommandLineTest, BadInputIsNamedWithItsRemedy) {
+  expectRefusal({"stabilise", folder / "none.mp4", "-o", out}, 1, folder / "none.mp4", "check the name");
+  expectRefusal({"stabilise", folder / "", "-o", out}, 1, folder / "", "this is a folder");
+  WriteAll(folder / "text.mp4", "text");
+  expectRefusal({"stabilise", folder / "text.mp4", "-o", out}, 1, folder / "text.mp4", "not a video");
+  expectRefusal({"render", clip, "-o", out}, 1, clip, "orvane analyse");
+  expectRefusal({"export", clip, "--motion", folder / "m"}, 1, clip, "orvane analyse");
+  EXPECT_THAT(folder.names(), testing::UnorderedElementsAre("clip.mp4", "text.mp4"));
+}
+
+TEST_F(CommandLineTest, DocumentsThatDoNotFitAreRefusedUntilAskedAgain) {
+  ASSERT_EQ(run({"analyse", clip, "--quiet"}).status, 0);
+  const std::string good = ReadAll(document);
+  WriteTestClip(folder / "other.mp4", 5, clipWidth, clipHeight);
+  expectRefusal({"render", folder / "other.mp4", "--effect", document, "-o", out}, 1, document, "frame count is 14");
+  WriteAll(document, good.substr(0, good.size() / 2));
+  expectRefusal({"stabilise", clip, "-o", out}, 1, document, "--again");
+  EXPECT_EQ(run({"stabilise", clip, "-o", out, "--again", "--quiet"}).status, 0);
+  EXPECT_EQ(nlohmann::json::parse(ReadAll(document))["clip"], nlohmann::json::parse(good)["clip"]);
+  expectRefusal({"analyse", clip, "--effect", folder / "none/e.json", "--quiet"}, 1, folder / "none/e.json",
+                "--effect");
+}
+
+TEST_F(CommandLineTest, WrongUsageHasItsOwnStatus) {
+  for (const std::vector<std::string>& arguments :
+       std::vector<std::vector<std::string>>{{},
+                                             {"fly"},
+                                             {"stabilise"},
+                                             {"stabilise", clip},
+                                             {"analyse", clip, "--threads", "0"},
+                                             {"render", clip, "-o", out, "--crf", "99"},
+                                             {"render", clip, "-o", out, "--preset", "quick"},
+                                             {"export", clip},
+                                             {"analyse", clip, "--quiet", "--progress", "bar"},
+                                             {"show", clip, "--smoothing", "3"}})
+    EXPECT_EQ(run(arguments).status, 2);
+  expectRefusal({"analyse", clip, "--smoothing", "0"}, 2, "--smoothing 0", "from 1 to 100");
+  expectRefusal({"analyse", clip, "--smoothing", "2.5"}, 2, "--smoothing 2.5", "whole number");
+  expectRefusal({"analyse", clip, "--zoom-amount", "nan"}, 2, "--zoom-amount nan", "from 1.00 to 2.00");
+  expectRefusal({"analyse", clip, "--events", "some"}, 2, "--events some", "none, motion, border");
+  expectRefusal({"analyse", clip, "--crop-equal", "on", "--crop-centre", "on"}, 2, "--crop-equal", "choose one");
+  expectRefusal({"analyse", clip, "--zoom-amount", "1.5", "--zoom-type", "fit"}, 2, "--zoom-amount", "variable");
+  EXPECT_EQ(run({"--help"}).status, 0);
+  EXPECT_EQ(run({"stabilize", "--help"}).status, 0);
+}
+
+TEST_F(CommandLineTest, ParametersAreListedAsDeclared) {
+  const auto table = nlohmann::json::parse(run({"parameters", "--json"}).out);
+  ASSERT_EQ(table.size(), 18u);
+  EXPECT_EQ(table[0]["id"], 102);
+  EXPECT_EQ(table[4]["key"], "OrvaneFCPX::GlobalSmoothing");
+  EXPECT_EQ(table[4]["text"], "Smoothing");
+  EXPECT_EQ(table[4]["default"], 100);
+  EXPECT_EQ(table[4]["least"], 1);
+  EXPECT_EQ(table[4]["option"], "--smoothing");
+  EXPECT_EQ(table[7]["entryKeys"][2], "OrvaneFCPX::ZoomMode");
+  EXPECT_THAT(run({"parameters"}).out, HasSubstr("OrvaneFCPX::ZoomMode  \"Zoom\""));
+}
+
+}  // namespace
+}  // namespace film
