@@ -13,7 +13,7 @@
 namespace Vorn {
 namespace {
 
-Matrix M(std::vector<double> values) {
+Matrix M(const std::vector<double>& values) {
   Matrix m(3, 3);
   m = values;
   return m;
