@@ -3,7 +3,6 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include <atomic>
 
 namespace film {
 namespace {
@@ -22,7 +21,6 @@ TEST(TerminalPlatform, TextsAreInTheUsersLanguageAndElseInEnglish) {
 TEST(TerminalPlatform, BlocksRunOnTheMainThreadInTheirOrder) {
   TerminalPlatform platform("en");
   std::vector<int> order;
-  std::atomic<bool> sent = false;
   const auto main = std::this_thread::get_id();
   platform.dispatchAsyncGlobal([&] {
     EXPECT_NE(std::this_thread::get_id(), main);
@@ -31,11 +29,9 @@ TEST(TerminalPlatform, BlocksRunOnTheMainThreadInTheirOrder) {
         EXPECT_EQ(std::this_thread::get_id(), main);
         order.push_back(i);
       });
-    sent = true;
   });
   platform.runUntil([&] { return order.size() == 100; });
   for (int i = 0; i < 100; ++i) EXPECT_EQ(order[i], i);
-  EXPECT_TRUE(sent);
 }
 
 TEST(TerminalPlatform, TheWindowsButtonLivesAsLongAsTheWindow) {
