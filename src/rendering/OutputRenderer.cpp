@@ -229,7 +229,7 @@ bool OutputRenderer::isScaled(int outputWidth, int outputHeight) const {
 
 Rectangle OutputRenderer::cropAtOutputSize(float scale, int outputWidth, int outputHeight) const {
   const auto scaled = [this, scale](int c, int analysed, int output) {
-    if (!originAtCentre()) return static_cast<double>(c) * scale;
+    if (!originAtCentre()) return static_cast<double>(static_cast<float>(c) * scale);
     return (c - analysed * 0.5) * scale + output * 0.5;
   };
   const auto x = [&](int c) { return scaled(c, inputWidth, outputWidth); };
@@ -246,7 +246,8 @@ Matrix OutputRenderer::flip(int frameHeight) const {
 }
 
 bool OutputRenderer::paintsBands() const {
-  if (inputWidth <= 0 || inputHeight <= 0) return false;  // without an analysis frames go through as they are
+  const bool isAnalysed = inputWidth > 0 && inputHeight > 0;
+  if (!isAnalysed && !cropBorder.IsValid()) return false;  // without an analysis frames go through as they are
   return renderMode_ == RenderCrop || (renderMode_ == RenderZoom && zoomMode_ != ZoomFull);
 }
 

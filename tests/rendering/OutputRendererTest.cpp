@@ -266,6 +266,14 @@ TEST_F(Renderer, MotionIsScaledToTheSizeInHand) {
   ExpectLit(twice, 20, 0, 297, 229);
 }
 
+TEST_F(Renderer, ACropThatScalesToWholePixelsKeepsThem) {
+  renderer.setRenderMode(RenderCrop);
+  renderer.setWidth(150, 120);
+  Compensate(Shift(0, 0), 0, 0);
+  SetBorder(60, 30, 135, 105);
+  ExpectLit(Render(Picture::Ramp(50, 40), 50, 40), 20, 10, 44, 34);  // a third of it, without the last ones
+}
+
 TEST_F(Renderer, RowsThatRunUpwardAreFlippedAboutTheFrame) {
   renderer.setInvertedAxes(true);
   renderer.setRenderMode(RenderNatural);
@@ -315,6 +323,13 @@ TEST_F(Renderer, WithoutAnAnalysisEveryModeLetsFramesThrough) {
       SetBorder(0, 0, -1, -1);
       EXPECT_EQ(RenderRamp().data, Picture::Ramp(160, 120).data) << mode << ", " << zoom;
     }
+}
+
+TEST_F(Renderer, ABorderSetWithoutAnAnalysisIsPainted) {
+  renderer.setWidth(0, 0);
+  renderer.setRenderMode(RenderCrop);
+  SetBorder(10, 20, 140, 100);
+  ExpectLit(RenderRamp(), 10, 20, 139, 99);
 }
 
 TEST_F(Renderer, CompleteShowsTheFrameAsNaturalWhereNothingIsFilled) {
