@@ -2,9 +2,11 @@
 
 #include <algorithm>
 #include <cstdlib>
+#include <filesystem>
 #include <fstream>
 #include <sstream>
 #include <string_view>
+#include <system_error>
 
 namespace {
 
@@ -53,19 +55,26 @@ std::optional<std::string> PathIn(std::string_view text, const std::string& tag)
   return section ? std::optional<std::string>(Trimmed(*section)) : std::nullopt;
 }
 
+/// How many bytes belong to a character by its first two, 0 where none begins so (RFC 3629, section 4).
+size_t LengthOfCharacter(unsigned char first, unsigned char second) {
+  const auto secondIn = [second](unsigned char low, unsigned char high) { return second >= low && second <= high; };
+  if (first < 0x80) return 1;
+  if (first < 0xC2 || first > 0xF4) return 0;
+  if (first < 0xE0) return secondIn(0x80, 0xBF) ? 2 : 0;
+  if (first < 0xF0) return secondIn(first == 0xE0 ? 0xA0 : 0x80, first == 0xED ? 0x9F : 0xBF) ? 3 : 0;
+  return secondIn(first == 0xF0 ? 0x90 : 0x80, first == 0xF4 ? 0x8F : 0xBF) ? 4 : 0;
+}
+
 bool IsUTF8(std::string_view text) {
-  size_t continuation = 0;
-  for (const char c : text) {
-    const auto byte = static_cast<unsigned char>(c);
-    const bool continues = (byte & 0xC0) == 0x80;
-    if (continues != (continuation > 0)) return false;
-    if (continues)
-      --continuation;
-    else if (byte >= 0x80)
-      continuation = byte >= 0xF8 ? 4 : byte >= 0xF0 ? 3 : byte >= 0xE0 ? 2 : 1;
-    if (continuation > 3) return false;
+  const auto byte = [text](size_t i) { return i < text.size() ? static_cast<unsigned char>(text[i]) : 0; };
+  for (size_t i = 0; i < text.size();) {
+    const size_t length = LengthOfCharacter(byte(i), byte(i + 1));
+    for (size_t k = 2; k < length; ++k)
+      if ((byte(i + k) & 0xC0) != 0x80) return false;
+    if (length == 0) return false;
+    i += length;
   }
-  return continuation == 0;
+  return true;
 }
 
 }  // namespace
@@ -90,11 +99,13 @@ std::optional<ProjectFile> ParseProjectFile(const std::string& text) {
   project.confidence = PathIn(text, "motionConfidence");
   project.events = PathIn(text, "filters");
   if (const auto completion = Section(text, "<completion>", "</completion>"))
-    project.gains = Scanner(*completion).attribute("source=");
+    if (const auto source = Scanner(*completion).attribute("source=")) project.gains = Trimmed(*source);
   return project;
 }
 
 std::optional<std::string> ReadUTF8File(const std::string& path) {
+  std::error_code fault;
+  if (!std::filesystem::is_regular_file(path, fault)) return std::nullopt;  // a device or a pipe may have no end
   std::ifstream in(path, std::ios::binary);
   std::ostringstream text;
   if (in.peek() != std::ifstream::traits_type::eof()) text << in.rdbuf();  // not even a folder's fault throws here

@@ -31,6 +31,14 @@ TEST(ProjectFile, MissingPartsAreToldApart) {
   EXPECT_FALSE(bare->gains);
 }
 
+TEST(ProjectFile, BlanksAroundAnyPathAreRemoved) {
+  const auto gainsOf = [](const std::string& source) {
+    return ParseProjectFile("<sequence></sequence><completion><x source=" + source + "/></completion>")->gains;
+  };
+  EXPECT_EQ(gainsOf("' a b.gains\n'"), "a b.gains");
+  EXPECT_EQ(gainsOf("\"/gains\t\""), "/gains");
+}
+
 TEST(ProjectFile, SizesThatAreNoneAreMissing) {
   for (const char* attributes : {"width='640'", "height='480'", "width='a' height='b'", "width='-640' height='480'",
                                  "width=640 height=480", "width='99999999999999999999' height='480'",
@@ -48,9 +56,14 @@ TEST(ProjectFile, OnlyTextInUTF8IsRead) {
   EXPECT_EQ(read("plain \xC3\xA9 \xE2\x82\xAC \xF0\x9F\x8E\xA5"), "plain \xC3\xA9 \xE2\x82\xAC \xF0\x9F\x8E\xA5");
   EXPECT_FALSE(read("\xE9t\xE9"));
   EXPECT_FALSE(read("cut \xC3"));
-  EXPECT_FALSE(read("\xFF\xFE"));
+  for (const char* bytes : {"\xFF\xFE", "\x80", "\xC3(", "\xC0\xAF", "\xE0\x80\xAF", "\xED\xA0\x80", "\xF4\x90\x80\x80",
+                            "\xE2\x82", "\xE2\x82x", "\xF0\x9F\x8E"})
+    EXPECT_FALSE(read(bytes)) << bytes;
+  EXPECT_TRUE(read("\xED\x9F\xBF\xEE\x80\x80\xF4\x8F\xBF\xBF\xE0\xA0\x80\xC2\x80"));
+  EXPECT_EQ(read(""), "");
   EXPECT_FALSE(ReadUTF8File(testing::TempDir()));
   EXPECT_FALSE(ReadUTF8File(path + ".missing"));
+  EXPECT_FALSE(ReadUTF8File("/dev/zero")) << "a file without an end";
 }
 
 }  // namespace
