@@ -81,7 +81,8 @@ class OrvaneFCPXPlugIn {
   void storeAnalysis();
 
   /// The import button: asks for a project of the standalone application and takes its motion, events and gains over
-  /// in place of an analysis. An alert tells how it went.
+  /// in place of an analysis. An alert tells how it went. Pressed while an analysis runs, it only brings its window
+  /// forward, since both would write the same motion.
   void doImportProject();
 
   /// Empty if `path` is; a copy of an absolute path; otherwise `path` within the folder `prefix`.
@@ -114,15 +115,15 @@ class OrvaneFCPXPlugIn {
   void reportProgress(const AnalysisPass& pass);
   void planStoredAnalysis();
   void fallBackToNatural();
-  void storeEvents();
-  void storeMotion();
-  void storeGains();
+  void storeEvents(FxParameterSettingAPI& setting);
+  void storeMotion(FxParameterSettingAPI& setting);
+  void storeGains(FxParameterSettingAPI& setting);
   void showAlert(const char* message, const char* details, int style);
   static FxRenderInfo fullSizeFrameAt(double time);
 
-  bool takeProject(const ProjectFile& project, const std::string& package);
+  bool takeProject(const ProjectFile& project, const std::string& package, FxParameterSettingAPI& setting);
   bool loadProjectMotion(const ProjectFile& project, const std::string& package);
-  bool loadProjectEvents(const std::string& path);
+  bool loadProjectEvents(const std::string& path, FxParameterSettingAPI& setting);
   void takeDimensionsOfFirstFrame();
 
   void createEstimator();

@@ -99,7 +99,8 @@ void OrvaneFCPXPlugIn::runAnalysisPass(AnalysisPass& pass) {
   }
   ObjC_TRKME->finaliseFrom(pass.first, pass.last);
 
-  platform->dispatchAsyncMain([this, living = std::weak_ptr<char>(alive), window = pass.window] {
+  // The window goes along: it is the main thread that gives it up.
+  platform->dispatchAsyncMain([this, living = std::weak_ptr<char>(alive), window = std::move(pass.window)] {
     window->hideAndClose();
     if (living.expired()) return;
     progressWindow.reset();
@@ -138,22 +139,24 @@ void OrvaneFCPXPlugIn::beginAnalysis(AnalysisPass& pass, const FxImage& frame, i
 }
 
 void OrvaneFCPXPlugIn::reportProgress(const AnalysisPass& pass) {
-  platform->dispatchAsyncMain(
-      [progress = pass.progress, window = pass.window, first = pass.first, last = pass.last, index = pass.index] {
-        const double percent = last == first ? 0.0 : (index - first + 1) * 100.0 / (last - first + 1);
-        progress->updateProgress(percent);
-        window->setProgress(percent);
-        window->setInformation(std::to_string(static_cast<int>(percent)) + "% complete");
-      });
+  platform->dispatchAsyncMain([living = std::weak_ptr<char>(alive), progress = pass.progress, window = pass.window,
+                               first = pass.first, last = pass.last, index = pass.index] {
+    if (living.expired()) return;  // the host's services may be gone with the effect
+    const double percent = last == first ? 0.0 : (index - first + 1) * 100.0 / (last - first + 1);
+    progress->updateProgress(percent);
+    window->setProgress(percent);
+    window->setInformation(std::to_string(static_cast<int>(percent)) + "% complete");
+  });
 }
 
 void OrvaneFCPXPlugIn::storeAnalysis() {
   planStoredAnalysis();
   const bool cancelsAllMotion = ObjC_MP->globalMotionMode == 2;  // such a plan is expected to lose the frame
   if (!ObjC_MP->goodCrop() && !cancelsAllMotion) fallBackToNatural();
-  storeEvents();
-  storeMotion();
-  storeGains();
+  auto& setting = *_apiManager->apiForProtocol<FxParameterSettingAPI>();
+  storeEvents(setting);
+  storeMotion(setting);
+  storeGains(setting);
   if (ObjC_VC) {
     ObjC_VC->setGains(ObjC_TRKME->getAGC(), 0);
     ObjC_VC->setGlobalMotion(*ObjC_MP->actualMotion());
@@ -187,22 +190,22 @@ void OrvaneFCPXPlugIn::showAlert(const char* message, const char* details, int s
   platform->beginAlertSheet({localised("OrvaneFCPX::OK"), localised(message), localised(details), style});
 }
 
-void OrvaneFCPXPlugIn::storeEvents() {
+void OrvaneFCPXPlugIn::storeEvents(FxParameterSettingAPI& setting) {
   auto events = std::make_shared<SerialisedEvents>();
   events->setEventsX(*ObjC_MP->eventsX(), *ObjC_MP->eventsY());
   events->setFiltersX(*ObjC_MP->filtersX(), *ObjC_MP->filtersY());
-  _apiManager->apiForProtocol<FxParameterSettingAPI>()->setCustomParameterValue(events, kEventsStorage);
+  setting.setCustomParameterValue(events, kEventsStorage);
 }
 
-void OrvaneFCPXPlugIn::storeMotion() {
+void OrvaneFCPXPlugIn::storeMotion(FxParameterSettingAPI& setting) {
   auto motion = std::make_shared<SerialisedMotion>();
   motion->setMotion(*ObjC_TRKME->motion(), *ObjC_TRKME->qamotion(), *ObjC_TRKME->confidence());
   motion->setAnalysisWidth(analysisWide, analysisHigh);
-  _apiManager->apiForProtocol<FxParameterSettingAPI>()->setCustomParameterValue(motion, kMotionStorage);
+  setting.setCustomParameterValue(motion, kMotionStorage);
 }
 
-void OrvaneFCPXPlugIn::storeGains() {
+void OrvaneFCPXPlugIn::storeGains(FxParameterSettingAPI& setting) {
   auto gains = std::make_shared<SerialisedAGC>();
   gains->setData(*ObjC_TRKME->getAGC());
-  _apiManager->apiForProtocol<FxParameterSettingAPI>()->setCustomParameterValue(gains, kAGCStorage);
+  setting.setCustomParameterValue(gains, kAGCStorage);
 }

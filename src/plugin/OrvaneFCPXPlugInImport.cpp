@@ -11,6 +11,7 @@
 #include "rendering/VideoCompleter.h"
 
 void OrvaneFCPXPlugIn::doImportProject() {
+  if (progressWindow) return progressWindow->bringToFront();
   const auto package = platform->runModalOpenPanel({"Select Orvane project", {"orvane", "ORVANE", "Orvane"}, ""});
   if (!package) return;
   const auto text = ReadUTF8File(*package + "/project.fpf");
@@ -18,10 +19,11 @@ void OrvaneFCPXPlugIn::doImportProject() {
     showAlert("OrvaneFCPX::ImportMessageBad", "OrvaneFCPX::ImportDetailsNoFPF", 0);
     return;
   }
-  _apiManager->apiForProtocol<FxParameterSettingAPI_v2>()->setIntValue(1, kGlobalMode, 0.0);
+  auto& setting = *_apiManager->apiForProtocol<FxParameterSettingAPI_v2>();
+  setting.setIntValue(1, kGlobalMode, 0.0);
 
   const auto project = ParseProjectFile(*text);
-  const bool good = project && takeProject(*project, *package);
+  const bool good = project && takeProject(*project, *package, setting);
   if (!good)
     showAlert("OrvaneFCPX::ImportMessageBad", "OrvaneFCPX::ImportDetailsBad", 0);
   else if (project->hasDimensions())
@@ -31,15 +33,17 @@ void OrvaneFCPXPlugIn::doImportProject() {
 }
 
 /// True if motion and events were both taken over; what could be taken over stays when a later part fails.
-bool OrvaneFCPXPlugIn::takeProject(const ProjectFile& project, const std::string& package) {
+bool OrvaneFCPXPlugIn::takeProject(const ProjectFile& project, const std::string& package,
+                                   FxParameterSettingAPI& setting) {
   if (project.hasDimensions()) {
     analysisWide = project.width;
     analysisHigh = project.height;
   }
   const bool motionLoaded = loadProjectMotion(project, package);
   if (!project.hasDimensions()) takeDimensionsOfFirstFrame();
-  if (motionLoaded) storeMotion();
-  const bool eventsLoaded = project.events && motionLoaded && loadProjectEvents(getFullPath(*project.events, package));
+  if (motionLoaded) storeMotion(setting);
+  const bool eventsLoaded =
+      project.events && motionLoaded && loadProjectEvents(getFullPath(*project.events, package), setting);
 
   // A completer made here has no record of how to ask for frames, and the first render keeps it: a known limit of
   // importing before the first render.
@@ -61,8 +65,8 @@ bool OrvaneFCPXPlugIn::loadProjectMotion(const ProjectFile& project, const std::
   };
   const std::string motion = resolved(project.motion), rotation = resolved(project.rotation),
                     confidence = resolved(project.confidence);
-  return ObjC_TRKME->loadMotion(motion.c_str(), project.rotation ? rotation.c_str() : nullptr,
-                                project.confidence ? confidence.c_str() : nullptr);
+  const auto given = [](const std::string& path) { return path.empty() ? nullptr : path.c_str(); };
+  return ObjC_TRKME->loadMotion(given(motion), given(rotation), given(confidence));
 }
 
 void OrvaneFCPXPlugIn::takeDimensionsOfFirstFrame() {
@@ -72,7 +76,7 @@ void OrvaneFCPXPlugIn::takeDimensionsOfFirstFrame() {
   analysisHigh = frame->height();
 }
 
-bool OrvaneFCPXPlugIn::loadProjectEvents(const std::string& path) {
+bool OrvaneFCPXPlugIn::loadProjectEvents(const std::string& path, FxParameterSettingAPI& setting) {
   if (ObjC_MP)
     ObjC_MP->clear();
   else
@@ -86,6 +90,6 @@ bool OrvaneFCPXPlugIn::loadProjectEvents(const std::string& path) {
   const bool loaded = ObjC_MP->loadEvents(path);
   if (!loaded) ObjC_MP->initialiseEvents();
   ObjC_MP->processMotion();
-  storeEvents();
+  storeEvents(setting);
   return loaded;
 }

@@ -136,7 +136,8 @@ void OrvaneFCPXPlugIn::updateRenderer(const RenderSettings& settings, bool inver
 }
 
 void OrvaneFCPXPlugIn::fixInterlaceMode(int interlacing, double time) {
-  const bool halfFrame = time > static_cast<int>(time);
+  const auto narrowed = static_cast<float>(time);
+  const bool halfFrame = narrowed > std::trunc(narrowed);
   // At a whole time the order to record is the opposite of the field in hand.
   interlaceMode = interlacing == 0 || halfFrame ? interlacing : 3 - interlacing;
 }

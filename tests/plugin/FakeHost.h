@@ -210,15 +210,17 @@ class FakeHost : public FxAPIManager,
   std::vector<std::pair<double, FxRenderInfo>> requests;
   std::vector<double> progress;
   bool hasCreation = true, hasRetrieval = true, hasTiming = true, hasImages = true;
+  bool hasFirstVersions = true;  // of the parameter services; those after them are always there
 
  protected:
   void* service(const std::type_info& protocol) override {
     if (protocol == typeid(FxParameterCreationAPI_v4))
       return hasCreation ? static_cast<FxParameterCreationAPI_v4*>(this) : nullptr;
     if (protocol == typeid(FxParameterRetrievalAPI))
-      return hasRetrieval ? static_cast<FxParameterRetrievalAPI*>(this) : nullptr;
+      return hasRetrieval && hasFirstVersions ? static_cast<FxParameterRetrievalAPI*>(this) : nullptr;
     if (protocol == typeid(FxParameterRetrievalAPI_v2)) return static_cast<FxParameterRetrievalAPI_v2*>(this);
-    if (protocol == typeid(FxParameterSettingAPI)) return static_cast<FxParameterSettingAPI*>(this);
+    if (protocol == typeid(FxParameterSettingAPI))
+      return hasFirstVersions ? static_cast<FxParameterSettingAPI*>(this) : nullptr;
     if (protocol == typeid(FxParameterSettingAPI_v2)) return static_cast<FxParameterSettingAPI_v2*>(this);
     if (protocol == typeid(FxCustomParameterActionAPI)) return static_cast<FxCustomParameterActionAPI*>(this);
     if (protocol == typeid(FxTimingAPI)) return hasTiming ? static_cast<FxTimingAPI*>(this) : nullptr;
@@ -243,7 +245,7 @@ class FakeHost : public FxAPIManager,
 struct ProgressRecord {
   std::vector<std::string> messages, informations;
   std::vector<double> percents;
-  int broughtToFront = 0, orderedOut = 0, closed = 0;
+  int broughtToFront = 0, orderedOut = 0, closed = 0, freed = 0;
   std::function<void()> cancel;
 };
 
@@ -271,8 +273,19 @@ class FakePlatform : public Platform {
     blocks.push_back(std::move(block));
     turned.notify_all();
   }
-  void dispatchAsyncGlobal(std::function<void()> block) override { workers.emplace_back(std::move(block)); }
+  /// Keeps what it runs, as a desktop may that frees a finished block late.
+  void dispatchAsyncGlobal(std::function<void()> block) override {
+    globalBlocks.push_back(block);
+    workers.emplace_back(std::move(block));
+  }
   void runMainLoopFor(double seconds) override { slices.push_back(seconds); }
+
+  /// Runs all that is on the main queue by now.
+  bool drain() {
+    bool isEnd = false;
+    dispatchAsyncMain([&isEnd] { isEnd = true; });
+    return runUntil([&isEnd] { return isEnd; });
+  }
 
   /// Runs what is on the main queue until `done` holds; gives up after ten seconds.
   bool runUntil(const std::function<bool()>& done) {
@@ -300,6 +313,7 @@ class FakePlatform : public Platform {
   class View : public ProgressView {
    public:
     explicit View(std::shared_ptr<ProgressRecord> kept) : record(std::move(kept)) {}
+    ~View() override { ++record->freed; }
     void showMessage(const std::string& text) override { record->messages.push_back(text); }
     void showInformation(const std::string& text) override { record->informations.push_back(text); }
     void showProgress(double percent) override { record->percents.push_back(percent); }
@@ -314,5 +328,6 @@ class FakePlatform : public Platform {
   std::mutex lock;
   std::condition_variable turned;
   std::vector<std::function<void()>> blocks;
+  std::vector<std::function<void()>> globalBlocks;
   std::vector<std::thread> workers;
 };

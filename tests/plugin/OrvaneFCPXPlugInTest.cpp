@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <atomic>
 #include <cmath>
 #include <filesystem>
 #include <fstream>
@@ -425,10 +426,26 @@ TEST_F(Effect, PressedAgainItOnlyBringsItsWindowForward) {
   EXPECT_EQ(host.requests.size(), 20u);
 }
 
+TEST_F(Effect, TheMainThreadGivesTheWindowUp) {
+  plugIn.doAnalysisTask();
+  ASSERT_TRUE(platform.runUntil([this] { return platform.record->closed > 0; }));
+  EXPECT_EQ(platform.record->freed, 1) << "even while the worker's block is still there";
+}
+
 TEST_F(Effect, AnEffectThatGoesAwayEndsItsPass) {
   auto passing = std::make_unique<OrvaneFCPXPlugIn>(&host, &platform);
+  std::atomic<bool> under(false);
+  host.whenRequested = [&under](double time) {
+    if (time != 2) return;
+    under = true;  // two blocks wait on the main queue
+    under.notify_all();
+  };
   passing->doAnalysisTask();
+  under.wait(false);
   passing.reset();
+  ASSERT_TRUE(platform.drain());
+  EXPECT_TRUE(host.progress.empty()) << "the host may have taken its services back";
+  EXPECT_EQ(platform.record->closed, 1);
   EXPECT_LE(host.requests.size(), 20u);
   EXPECT_FALSE(std::dynamic_pointer_cast<const SerialisedMotion>(host.objects[101])->getMotion()->hset.size() > 0);
 }
@@ -449,6 +466,28 @@ TEST_F(Effect, FieldsAreAnalysedTwoAFrame) {
   ASSERT_GE(lacings.size(), 2u);
   EXPECT_EQ(lacings[0], "Get pyramid for frame 0, lacing 1");
   EXPECT_EQ(lacings[1], "Get pyramid for frame 1, lacing 2");
+}
+
+TEST_F(Effect, ATimeThatIsWholeInSinglePrecisionIsNoHalfFrame) {
+  host.duration = 1;
+  auto first = SceneShiftedBy(0, 0);
+  first->fieldInHand = 1;
+  MemoryImage output(width, height);
+  ASSERT_TRUE(plugIn.renderOutput(&output, first.get(), At(3.00000001)));
+  log.clear();
+  ASSERT_TRUE(Analyse());
+  EXPECT_NE(std::find(log.begin(), log.end(), "Get pyramid for frame 0, lacing 1"), log.end());
+}
+
+TEST_F(Effect, AtAHalfFrameTheFieldInHandIsTheOrder) {
+  host.duration = 1;
+  auto first = SceneShiftedBy(0, 0);
+  first->fieldInHand = 1;
+  MemoryImage output(width, height);
+  ASSERT_TRUE(plugIn.renderOutput(&output, first.get(), At(3.5)));
+  log.clear();
+  ASSERT_TRUE(Analyse());
+  EXPECT_NE(std::find(log.begin(), log.end(), "Get pyramid for frame 0, lacing 2"), log.end());
 }
 
 TEST_F(Effect, AHandHeldShotStandsStillOnceAnalysed) {
@@ -515,6 +554,16 @@ TEST_F(Effect, ABadCropFallsBackToNaturalAndSaysSo) {
 }
 
 // Importing a project of the standalone application.
+
+TEST_F(Effect, WhileAnAnalysisRunsNothingIsImported) {
+  plugIn.doAnalysisTask();
+  plugIn.doImportProject();
+  EXPECT_TRUE(platform.panels.empty());
+  EXPECT_EQ(platform.record->broughtToFront, 1);
+  ASSERT_TRUE(platform.runUntil([this] { return platform.record->closed > 0; }));
+  plugIn.doImportProject();
+  EXPECT_EQ(platform.panels.size(), 1u);
+}
 
 TEST_F(Effect, ACancelledPanelChangesNothing) {
   host.declared(103)->press();
@@ -606,6 +655,38 @@ TEST_F(Import, WithoutASizeThatOfTheFirstFrameIsTaken) {
   EXPECT_EQ(alert.style, 0);
   ASSERT_EQ(host.requests.size(), 1u);
   EXPECT_EQ(host.requests[0].first, 0.0);
+}
+
+TEST_F(Import, NeedsTheSecondVersionsOfTheServicesOnly) {
+  host.hasFirstVersions = false;
+  WriteData();
+  Index(std::string(sequence) + data + "<filters>events.mfp</filters>");
+  EXPECT_EQ(PressImport().message, "OrvaneFCPX::ImportMessageGood");
+}
+
+TEST_F(Import, APathThatIsEmptyCountsAsMissing) {
+  WriteData();
+  Index(std::string(sequence) + "<motion>m.set</motion><premotion>m.set</premotion><filters>events.mfp</filters>");
+  EXPECT_EQ(PressImport().message, "OrvaneFCPX::ImportMessageGood");
+  platform.alerts.clear();
+  Index(std::string(sequence) + "<motion>m.set</motion><premotion> </premotion><filters>events.mfp</filters>");
+  EXPECT_EQ(PressImport().message, "OrvaneFCPX::ImportMessageGood");
+  EXPECT_EQ(plugIn.ObjC_TRKME->qamotion()->hset.size(), 20u) << "what was known stays";
+  platform.alerts.clear();
+  Index(std::string(sequence) + "<motion></motion><filters>events.mfp</filters>");
+  EXPECT_EQ(PressImport().details, "OrvaneFCPX::ImportDetailsBad");
+  EXPECT_EQ(plugIn.ObjC_TRKME->motion()->hset.size(), 20u) << "nothing was loaded, so nothing is lost";
+}
+
+TEST_F(Import, AFolderIsNoDataFile) {
+  WriteData();
+  Index(std::string(sequence) + "<motion>.</motion><filters>events.mfp</filters>");
+  EXPECT_EQ(PressImport().details, "OrvaneFCPX::ImportDetailsBad");
+  platform.alerts.clear();
+  Index(std::string(sequence) +
+        "<motion>m.set</motion><premotion>.</premotion><motionConfidence>.</motionConfidence>"
+        "<filters>.</filters><completion><agc source='.'/></completion>");
+  EXPECT_EQ(PressImport().details, "OrvaneFCPX::ImportDetailsBad");
 }
 
 TEST_F(Import, WithoutEventsTheMotionIsTakenAndTheImportCountsAsBad) {
