@@ -168,7 +168,7 @@ std::shared_ptr<std::FILE> openLog(const std::string& path) {
   }
   std::FILE* opened = std::fopen(path.c_str(), "w");
   if (!opened) throw Failure(path + ": the log can't be written (" + std::strerror(errno) + "); choose another name");
-  const std::shared_ptr<std::FILE> file(opened, [](std::FILE* log) {
+  std::shared_ptr<std::FILE> file(opened, [](std::FILE* log) {
     Vorn::SetLogSink([](const std::string&) {});
     std::fclose(log);
   });

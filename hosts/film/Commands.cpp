@@ -42,12 +42,12 @@ MovieSpan movieSpan(const Span& span, const ClipContents& clip, std::int64_t fir
 
 /// Renders a span of frames into a file; the frames a second, or nothing when the user cancelled.
 std::optional<double> renderSpan(Session& session, const RenderOptions& render, const Span& span) {
+  Progress progress(session.progressStyle(), progressStream(session.progressStyle()), "Rendering",
+                    span.last - span.first + 1);
   SharedPicture picture = session.effect().render(span.first);
   MovieWriter movie(render.out, session.contents(), movieSpan(span, session.contents(), picture->time), render.encoder);
   for (const std::string& note : movie.notes())
     std::fprintf(stderr, "orvane: %s: %s\n", render.out.c_str(), note.c_str());
-  Progress progress(session.progressStyle(), progressStream(session.progressStyle()), "Rendering",
-                    span.last - span.first + 1);
   for (int number = span.first; number <= span.last; ++number) {
     if (Interrupted()) return std::nullopt;
     if (!picture) picture = session.effect().render(number);
@@ -152,8 +152,8 @@ ExitStatus Render(const SessionOptions& options, const RenderOptions& render) {
   session.applySettings();
   if (session.needsAnalysis())
     std::fprintf(stderr,
-                 "orvane: %s: only part of it is analysed, the rest is rendered as it is; --again with `orvane "
-                 "analyse` completes it\n",
+                 "orvane: %s: only part of it is analysed, the rest is rendered as it is; `orvane analyse` on it "
+                 "analyses all\n",
                  options.clip.c_str());
   return renderAndTell(session, render, span);
 }
@@ -163,7 +163,11 @@ ExitStatus Stabilise(const SessionOptions& options, const RenderOptions& render)
   const OutputFile trial(render.out);
   Session session(options);
   const Span span = spanOf(render, session.contents());
-  if (session.needsAnalysis()) session.checkDocumentCanBeWritten();
+  if (session.needsAnalysis()) {
+    session.checkDocumentCanBeWritten();
+    // What couldn't be encoded is told now and not after the analysis.
+    const MovieWriter trialMovie(render.out, session.contents(), MovieSpan{}, render.encoder);
+  }
   session.applySettings();
   if (session.needsAnalysis() && !session.analyse()) return cancelled(keptAnalysis(session));
   return renderAndTell(session, render, span);

@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <exception>
 #include <nlohmann/json.hpp>
 #include <utility>
 
@@ -24,6 +25,14 @@ double secondsLeft(int done, int total, double rate) { return rate > 0 ? (total 
 
 Progress::Progress(ProgressStyle progressStyle, std::FILE* outStream, std::string passName, int totalFrames)
     : style(progressStyle), out(outStream), pass(std::move(passName)), total(totalFrames), began(Clock::now()) {}
+
+Progress::~Progress() {
+  try {
+    finish();
+  } catch (const std::exception&) {
+    // Without memory for the last line the line stays away.
+  }
+}
 
 double Progress::rate() const {
   const double seconds = std::chrono::duration<double>(Clock::now() - began).count();

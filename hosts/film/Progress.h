@@ -18,7 +18,7 @@ class Progress {
  public:
   /// `pass` names it: "Analysing". `out` is lent.
   Progress(ProgressStyle style, std::FILE* out, std::string pass, int total);
-  ~Progress() { finish(); }
+  ~Progress();
   Progress(const Progress&) = delete;
   Progress& operator=(const Progress&) = delete;
 

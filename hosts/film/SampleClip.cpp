@@ -45,9 +45,9 @@ void filmFrame(const SampleScene& scene, const SamplePose& pose, FloatPicture* p
   const double c = std::cos(pose.roll) / pose.zoom, s = std::sin(pose.roll) / pose.zoom;
   Vorn::ApplyInParallel(sampleHeight, [&](int row) {
     float* argb = picture->samples.data() + static_cast<size_t>(row) * sampleWidth * 4;
-    const double y = row - sampleHeight / 2;
+    const double y = row - sampleCentreY;
     for (int column = 0; column < sampleWidth; ++column, argb += 4) {
-      const double x = column - sampleWidth / 2;
+      const double x = column - sampleCentreX;
       const SampleScene::Colour colour = scene.at(pose.x + c * x + s * y, pose.y - s * x + c * y);
       argb[0] = 1.0f;
       argb[1] = colour.r;
@@ -63,7 +63,7 @@ std::string truthText() {
   truth["height"] = sampleHeight;
   truth["fps"] = sampleRate;
   truth["frames"] = sampleFrames;
-  truth["origin"] = {sampleWidth / 2, sampleHeight / 2};
+  truth["origin"] = {sampleCentreX, sampleCentreY};
   truth["cut"] = nullptr;
   for (int frame = 0; frame < sampleFrames; ++frame) {
     truth["motion"].push_back(SampleMotionAt(frame, true));

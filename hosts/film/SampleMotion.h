@@ -14,6 +14,8 @@ struct SamplePose {
 constexpr int sampleFrames = 180, sampleRate = 30;     ///< frames; frames a second
 constexpr int sampleWidth = 1280, sampleHeight = 720;  ///< pixels
 
+constexpr int sampleCentreX = sampleWidth / 2, sampleCentreY = sampleHeight / 2;
+
 /// `shaken` false gives what the hand meant to do.
 SamplePose SamplePoseAt(int frame, bool shaken);
 
