@@ -176,7 +176,20 @@ std::shared_ptr<std::FILE> openLog(const std::string& path) {
   return file;
 }
 
+/// The files that a command line names, or that go with its clip; empty names for those that it leaves out.
+std::vector<std::string> filesOf(const Arguments& arguments) {
+  const SessionOptions& session = arguments.session;
+  const ExportOptions& files = arguments.files;
+  return {session.clip,     session.clip.empty() ? "" : Session::DocumentPath(session),
+          arguments.log,    arguments.truth,
+          files.motion,     files.rotation,
+          files.confidence, files.events,
+          files.gains,      files.compensation,
+          files.design,     arguments.render.out};
+}
+
 ExitStatus runCommand(Arguments* arguments) {
+  CheckFilesDiffer(filesOf(*arguments));
   const std::shared_ptr<std::FILE> log = openLog(arguments->log);
   arguments->session.changes = ReadSettings(arguments->settings);
   arguments->session.progress = styleOf(*arguments);
@@ -190,12 +203,21 @@ int tell(const std::string& line, ExitStatus status) {
   return status;
 }
 
+/// One line for a command line that can't be understood.
+std::string usageLine(const CLI::Error& error, int argc, const char* const* argv) {
+  const bool unknownCommand = error.get_exit_code() == static_cast<int>(CLI::ExitCodes::RequiredError) && argc > 1 &&
+                              argv[1][0] != '-' && std::strcmp(error.what(), "A subcommand is required") == 0;
+  const std::string fault = unknownCommand ? std::string(argv[1]) + ": no such command" : error.what();
+  return "orvane: " + fault + "; --help lists what there is\n";
+}
+
 }  // namespace
 
 int Main(int argc, const char* const* argv) {
   CLI::App app("Steadies shaky video.", "orvane");
   Arguments arguments;
   app.require_subcommand(1);
+  app.failure_message([=](const CLI::App*, const CLI::Error& error) { return usageLine(error, argc, argv); });
   addStabilise(&app, &arguments);
   addAnalyse(&app, &arguments);
   addRender(&app, &arguments);

@@ -26,7 +26,7 @@ struct Span {
 Span spanOf(const RenderOptions& render, const ClipContents& clip) {
   const int end = clip.identity.frames - 1;
   const Span span{render.from.value_or(0), render.to.value_or(end)};
-  if (span.first < 0 || span.last > end)
+  if (span.first < 0 || span.first > end || span.last < 0 || span.last > end)
     throw Failure(clip.path + ": --from and --to must lie within its frames, 0 to " + std::to_string(end), kUsage);
   if (span.first > span.last) throw Failure("--from must not lie behind --to", kUsage);
   return span;
@@ -108,23 +108,31 @@ const Stored& storedObject(Session& session, ParameterId id) {
   return *object;
 }
 
+/// Whether two names lead to the same file, be it there already or not.
+bool sameFile(const std::string& a, const std::string& b) {
+  namespace fs = std::filesystem;
+  std::error_code error;
+  if (fs::exists(a, error) && fs::exists(b, error)) return fs::equivalent(a, b, error);
+  return fs::absolute(a, error).lexically_normal() == fs::absolute(b, error).lexically_normal();
+}
+
 }  // namespace
 
-void CheckOutput(const std::string& out, const std::vector<std::string>& inputs, bool force) {
+void CheckFilesDiffer(const std::vector<std::string>& files) {
+  for (size_t later = 1; later < files.size(); ++later)
+    for (size_t i = 0; i < later; ++i)
+      if (!files[i].empty() && !files[later].empty() && sameFile(files[i], files[later]))
+        throw Failure(
+            files[later] + ": the same run needs this name for another file, which would be lost; choose another name",
+            kUsage);
+}
+
+void CheckOutput(const std::string& out, bool force) {
   std::error_code error;
-  if (!std::filesystem::exists(out, error)) {
-    for (const std::string& input : inputs)
-      if (std::filesystem::path(out).lexically_normal() == std::filesystem::path(input).lexically_normal())
-        throw Failure(out + ": this name is needed for another file of the same run; choose another one", kUsage);
-    return;
-  }
-  for (const std::string& input : inputs)
-    if (std::filesystem::equivalent(out, input, error))
-      throw Failure(out + ": this is the clip or its effect document, which would be lost; choose another name",
-                    kUsage);
   if (std::filesystem::is_directory(out, error))
     throw Failure(out + ": this is a folder; give the name of a file in it");
-  if (!force) throw Failure(out + ": exists already; replace it with --force or choose another name");
+  if (!force && std::filesystem::exists(out, error))
+    throw Failure(out + ": exists already; replace it with --force or choose another name");
 }
 
 ExitStatus Analyse(const SessionOptions& options) {
@@ -144,7 +152,7 @@ ExitStatus Analyse(const SessionOptions& options) {
 }
 
 ExitStatus Render(const SessionOptions& options, const RenderOptions& render) {
-  CheckOutput(render.out, {options.clip, Session::DocumentPath(options)}, render.force);
+  CheckOutput(render.out, render.force);
   const OutputFile trial(render.out);  // a folder that can't be written to is told at once
   Session session(options);
   session.requireAnalysis();
@@ -159,7 +167,7 @@ ExitStatus Render(const SessionOptions& options, const RenderOptions& render) {
 }
 
 ExitStatus Stabilise(const SessionOptions& options, const RenderOptions& render) {
-  CheckOutput(render.out, {options.clip, Session::DocumentPath(options)}, render.force);
+  CheckOutput(render.out, render.force);
   const OutputFile trial(render.out);
   Session session(options);
   const Span span = spanOf(render, session.contents());
@@ -205,8 +213,8 @@ ExitStatus ShowParameters(bool json) {
 }
 
 ExitStatus Sample(const std::string& out, const std::string& truth, bool force, ProgressStyle progressStyle) {
-  CheckOutput(out, truth.empty() ? std::vector<std::string>() : std::vector<std::string>{truth}, force);
-  if (!truth.empty()) CheckOutput(truth, {out}, force);
+  CheckOutput(out, force);
+  if (!truth.empty()) CheckOutput(truth, force);
   Progress progress(progressStyle, progressStream(progressStyle), "Drawing", sampleFrames);
   WriteSampleClip(out, truth, [&](int frames) {
     progress.update(frames);

@@ -64,6 +64,16 @@ std::optional<EffectDocument> EffectDocument::Load(const std::string& path) {
   return EffectDocument(path, std::move(read));
 }
 
+void EffectDocument::CheckReplaceable(const std::string& path) {
+  std::ifstream in(path, std::ios::binary);
+  char first = '{';
+  in >> first;  // stays for an empty file
+  const json read = json::parse(in.seekg(0), nullptr, false);
+  const bool another = read.is_discarded() ? first != '{' : !read.is_object() || !read.contains("version");
+  if (another)
+    throw Failure(path + ": this is no effect document and is left as it is; name another with --effect, or delete it");
+}
+
 void EffectDocument::checkClip(const ClipContents& contents) const {
   const json& clip = document.at("clip");
   for (const IdentityField& field : identityFields) {

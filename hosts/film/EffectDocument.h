@@ -21,6 +21,10 @@ class EffectDocument {
   /// Nothing if there is no such file. Fails on one that can't be read, isn't such a document or is of another version.
   static std::optional<EffectDocument> Load(const std::string& path);
 
+  /// Fails if the file at this path is of another kind, so that a wrong name costs nobody a file. A document that is
+  /// cut short, of another version or of another clip may be replaced.
+  static void CheckReplaceable(const std::string& path);
+
   /// Fails unless the document belongs to the clip; the text names the first field that differs.
   void checkClip(const ClipContents& contents) const;
 

@@ -48,6 +48,8 @@ std::string makeTemporary(const std::string& target) {
     throw Failure(target + ": its folder does not exist; make it first or choose another one");
   if (std::filesystem::is_directory(path, error))
     throw Failure(target + ": this is a folder; give the name of a file in it");
+  if (std::filesystem::exists(path, error) && !std::filesystem::is_regular_file(path, error))
+    throw Failure(target + ": this is a device or a pipe, which would be replaced; give the name of a file");
   std::string hidden = ".";
   hidden.append(path.filename().string()).append(".XXXXXX");
   std::string name = (folder / hidden).string();

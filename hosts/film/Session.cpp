@@ -18,6 +18,7 @@ std::optional<EffectDocument> loadDocument(const std::string& path, bool again) 
     return EffectDocument::Load(path);
   } catch (const Failure&) {
     if (!again) throw;
+    EffectDocument::CheckReplaceable(path);
     return std::nullopt;
   }
 }

@@ -170,6 +170,13 @@ TEST_F(CommandLineTest, APartOfTheClipCanBeRendered) {
   expectRefusal({"render", clip, "-o", out, "--force", "--from", "8", "--to", "7", "--quiet"}, 2, "--from", "behind");
 }
 
+TEST_F(CommandLineTest, ASpanOutsideTheClipIsToldAsSuch) {
+  ASSERT_EQ(run({"analyse", clip, "--quiet"}).status, 0);
+  expectRefusal({"render", clip, "-o", out, "--from", "14"}, 2, clip, "within its frames, 0 to 13");
+  expectRefusal({"render", clip, "-o", out, "--to", "-1"}, 2, clip, "within its frames, 0 to 13");
+  expectRefusal({"render", clip, "-o", out, "--from", "5", "--to", "4"}, 2, "--from", "behind --to");
+}
+
 TEST_F(CommandLineTest, WithOneThreadAndASeedAnAnalysisRepeats) {
   ASSERT_EQ(run({"analyse", clip, "--quiet", "--threads", "1", "--seed", "7"}).status, 0);
   const std::string first = ReadAll(document);
@@ -227,6 +234,39 @@ TEST_F(CommandLineTest, OutputsAreProtected) {
   EXPECT_THAT(folder.names(), Not(Contains(HasSubstr("out.mp4."))));  // nothing temporary stays
 }
 
+TEST_F(CommandLineTest, NoFileOfARunReplacesAnother) {
+  ASSERT_EQ(run({"analyse", clip, "--quiet"}).status, 0);
+  const std::string film = ReadAll(clip), stored = ReadAll(document), same = folder / "same";
+  std::filesystem::create_symlink(clip, folder / "link");
+  const std::string remedy = "choose another name";
+  for (const std::string& taken : {clip, document, folder / "link"}) {
+    expectRefusal({"analyse", clip, "--log", taken}, 2, taken, remedy);
+    expectRefusal({"export", clip, "--gains", taken}, 2, taken, remedy);
+  }
+  expectRefusal({"analyse", clip, "--effect", clip, "--again"}, 2, clip, remedy);
+  expectRefusal({"stabilise", clip, "-o", same, "--log", same}, 2, same, remedy);
+  expectRefusal({"stabilise", clip, "-o", same, "--effect", folder / "./same"}, 2, same, remedy);
+  expectRefusal({"export", clip, "--motion", same, "--design", same}, 2, same, remedy);
+  expectRefusal({"sample", same, "--truth", same}, 2, same, remedy);
+  EXPECT_EQ(ReadAll(clip), film);
+  EXPECT_EQ(ReadAll(document), stored);
+  EXPECT_FALSE(std::filesystem::exists(same));
+}
+
+TEST_F(CommandLineTest, AWrongNameForTheDocumentCostsNoFile) {
+  const std::string other = folder / "other";
+  for (const char* precious : {"\x01 a film", "{\"name\": \"another program's\"}", "[1]"}) {
+    WriteAll(other, precious);
+    expectRefusal({"analyse", clip, "--effect", other, "--again"}, 1, other, "name another");
+    EXPECT_EQ(ReadAll(other), precious);
+  }
+  for (const char* replaceable : {"", "{\"vers", "{\"version\": 99}"}) {
+    WriteAll(other, replaceable);
+    EXPECT_EQ(run({"analyse", clip, "--effect", other, "--again", "--quiet"}).status, 0) << replaceable;
+    EXPECT_GT(ReadAll(other).size(), 1000u);
+  }
+}
+
 TEST_F(CommandLineTest, BadInputIsNamedWithItsRemedy) {
   expectRefusal({"stabilise", folder / "none.mp4", "-o", out}, 1, folder / "none.mp4", "check the name");
   expectRefusal({"stabilise", folder / "", "-o", out}, 1, folder / "", "this is a folder");
@@ -262,7 +302,9 @@ TEST_F(CommandLineTest, WrongUsageHasItsOwnStatus) {
                                              {"export", clip},
                                              {"analyse", clip, "--quiet", "--progress", "bar"},
                                              {"show", clip, "--smoothing", "3"}})
-    EXPECT_EQ(run(arguments).status, 2);
+    expectRefusal(arguments, 2, "orvane: ", "--help");
+  expectRefusal({"fly"}, 2, "fly", "no such command");
+  expectRefusal({"render", clip, "-o", out, "--smoothing"}, 2, "--smoothing", "--help");
   expectRefusal({"analyse", clip, "--smoothing", "0"}, 2, "--smoothing 0", "from 1 to 100");
   expectRefusal({"analyse", clip, "--smoothing", "2.5"}, 2, "--smoothing 2.5", "whole number");
   expectRefusal({"analyse", clip, "--zoom-amount", "nan"}, 2, "--zoom-amount nan", "from 1.00 to 2.00");

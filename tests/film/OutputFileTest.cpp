@@ -79,6 +79,13 @@ TEST(OutputFile, AFolderIsNoFile) {
   EXPECT_THAT(FailureOf([&] { OutputFile file(folder / "dir"); }), HasSubstr("this is a folder"));
 }
 
+TEST(OutputFile, APipeIsNotReplaced) {
+  const TestFolder folder;
+  ASSERT_EQ(mkfifo((folder / "pipe").c_str(), 0600), 0);
+  EXPECT_THAT(FailureOf([&] { OutputFile file(folder / "pipe"); }), HasSubstr(folder / "pipe: this is a device or"));
+  EXPECT_THAT(folder.names(), ElementsAre("pipe"));
+}
+
 TEST(OutputFile, AFullDiskIsTold) {
   if (!std::filesystem::exists("/dev/full")) GTEST_SKIP();
   EXPECT_THAT(FailureOf([] { FailToWrite("clip.mp4", ENOSPC); }), HasSubstr("clip.mp4: the disk is full; free"));
