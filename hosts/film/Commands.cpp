@@ -6,6 +6,7 @@
 #include <functional>
 
 #include "film/Interrupt.h"
+#include "film/MemoryFile.h"
 #include "film/OutputFile.h"
 #include "film/Report.h"
 #include "film/SampleClip.h"
@@ -94,11 +95,12 @@ std::string keptAnalysis(const Session& session) {
 
 using Writer = std::function<bool(const char* path)>;
 
+/// The library's writers don't tell of a full disk, so their bytes go through memory.
 void writeWith(const std::string& path, const Writer& writer) {
   if (path.empty()) return;
-  OutputFile file(path);
-  if (!writer(file.temporaryPath().c_str())) FailToWrite(path, EIO);
-  file.commit();
+  const MemoryFile memory;
+  if (!writer(memory.path().c_str())) FailToWrite(path, EIO);
+  OutputFile::write(path, memory.contents());
 }
 
 template <class Stored>
