@@ -29,10 +29,4 @@ ExitStatus Export(const SessionOptions& options, const ExportOptions& files);
 ExitStatus ShowParameters(bool json);
 ExitStatus Sample(const std::string& out, const std::string& truth, bool force, ProgressStyle progress);
 
-/// Fails if two of the files of a run are the same one. Empty names stand for none.
-void CheckFilesDiffer(const std::vector<std::string>& files);
-
-/// Fails unless `out` may be written: it is no folder, nor there already unless `force`.
-void CheckOutput(const std::string& out, bool force);
-
 }  // namespace film

@@ -4,7 +4,6 @@
 #include <string>
 
 #include "film/Effect.h"
-#include "film/ParameterStore.h"
 #include "film/Session.h"
 
 // What the program tells of an effect: for people and for programs.
@@ -21,11 +20,5 @@ std::string EventText(const Effect& effect);
 nlohmann::ordered_json DescribeEffect(Session& session);
 /// The same as lines of text.
 std::string TextOf(const nlohmann::ordered_json& description);
-
-/// The parameter table. `keys` holds the same parameters with localisation keys in place of texts.
-nlohmann::ordered_json DescribeParameters(const ParameterStore& parameters, const ParameterStore& keys);
-/// As the effect declares it, in the user's language.
-nlohmann::ordered_json DescribeDeclaredParameters();
-std::string TableOf(const nlohmann::ordered_json& parameters);
 
 }  // namespace film

@@ -1,0 +1,92 @@
+#include <cstdio>
+
+#include "film/Commands.h"
+#include "film/Interrupt.h"
+#include "film/OutputFile.h"
+#include "film/RunFiles.h"
+#include "film/Summary.h"
+
+namespace film {
+namespace {
+
+struct Span {
+  int first, last;
+};
+
+Span spanOf(const RenderOptions& render, const ClipContents& clip) {
+  const int end = clip.identity.frames - 1;
+  const Span span{render.from.value_or(0), render.to.value_or(end)};
+  if (span.first < 0 || span.first > end || span.last < 0 || span.last > end)
+    throw Failure(clip.path + ": --from and --to must lie within its frames, 0 to " + std::to_string(end), kUsage);
+  if (span.first > span.last) throw Failure("--from must not lie behind --to", kUsage);
+  return span;
+}
+
+MovieSpan movieSpan(const Span& span, const ClipContents& clip, std::int64_t firstTime) {
+  MovieSpan movie;
+  movie.firstTime = firstTime;
+  movie.whole = span.first == 0 && span.last == clip.identity.frames - 1;
+  movie.seconds = (span.last - span.first + 1) / av_q2d(clip.frameRate);
+  return movie;
+}
+
+/// Renders a span of frames into a file; the frames a second, or nothing when the user cancelled.
+std::optional<double> renderSpan(Session& session, const RenderOptions& render, const Span& span) {
+  Progress progress(session.progressStyle(), ProgressStream(session.progressStyle()), "Rendering",
+                    span.last - span.first + 1);
+  SharedPicture picture = session.effect().render(span.first);
+  MovieWriter movie(render.out, session.contents(), movieSpan(span, session.contents(), picture->time), render.encoder);
+  for (const std::string& note : movie.notes())
+    std::fprintf(stderr, "orvane: %s: %s\n", render.out.c_str(), note.c_str());
+  for (int number = span.first; number <= span.last; ++number) {
+    if (Interrupted()) return std::nullopt;
+    if (!picture) picture = session.effect().render(number);
+    movie.write(std::move(picture));
+    picture = nullptr;
+    progress.update(number - span.first + 1);
+  }
+  movie.finish();
+  progress.finish();
+  return progress.rate();
+}
+
+ExitStatus renderAndTell(Session& session, const RenderOptions& render, const Span& span) {
+  const std::optional<double> rate = renderSpan(session, render, span);
+  if (!rate) return Cancelled("nothing was written to " + render.out);
+  PrintSummary(session, render.out, span.last - span.first + 1, *rate);
+  return kDone;
+}
+
+}  // namespace
+
+ExitStatus Render(const SessionOptions& options, const RenderOptions& render) {
+  CheckOutput(render.out, render.force);
+  const OutputFile trial(render.out);  // a folder that can't be written to is told at once
+  Session session(options);
+  session.requireAnalysis();
+  const Span span = spanOf(render, session.contents());
+  session.applySettings();
+  if (session.needsAnalysis())
+    std::fprintf(stderr,
+                 "orvane: %s: only part of it is analysed, the rest is rendered as it is; `orvane analyse` on it "
+                 "analyses all\n",
+                 options.clip.c_str());
+  return renderAndTell(session, render, span);
+}
+
+ExitStatus Stabilise(const SessionOptions& options, const RenderOptions& render) {
+  CheckOutput(render.out, render.force);
+  const OutputFile trial(render.out);
+  Session session(options);
+  const Span span = spanOf(render, session.contents());
+  if (session.needsAnalysis()) {
+    session.checkDocumentCanBeWritten();
+    // What couldn't be encoded is told now and not after the analysis.
+    const MovieWriter trialMovie(render.out, session.contents(), MovieSpan{}, render.encoder);
+  }
+  session.applySettings();
+  if (session.needsAnalysis() && !session.analyse()) return Cancelled(KeptAnalysis(session));
+  return renderAndTell(session, render, span);
+}
+
+}  // namespace film

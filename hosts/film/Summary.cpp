@@ -1,0 +1,36 @@
+#include "film/Summary.h"
+
+#include <cmath>
+
+#include "film/Report.h"
+
+namespace film {
+
+std::FILE* ProgressStream(ProgressStyle style) { return style == ProgressStyle::Json ? stdout : stderr; }
+
+void PrintSummary(Session& session, const std::string& what, int frames, double rate) {
+  if (session.progressStyle() == ProgressStyle::None) return;
+  const double zoom = ZoomOf(session.effect(), session.contents());
+  if (session.progressStyle() == ProgressStyle::Json) {
+    const nlohmann::ordered_json line{{"done", what},
+                                      {"frames", frames},
+                                      {"events", EventText(session.effect())},
+                                      {"zoom", std::round(zoom * 1000) / 1000},
+                                      {"fps", std::round(rate * 100) / 100}};
+    std::printf("%s\n", line.dump().c_str());
+  } else {
+    std::printf("%s: %d %s, %s, zoom %.3f, %.1f frames a second\n", what.c_str(), frames,
+                frames == 1 ? "frame" : "frames", EventText(session.effect()).c_str(), zoom, rate);
+  }
+}
+
+ExitStatus Cancelled(const std::string& kept) {
+  std::fprintf(stderr, "orvane: cancelled; %s\n", kept.c_str());
+  return kCancelled;
+}
+
+std::string KeptAnalysis(const Session& session) {
+  return "what was analysed by then is kept in " + session.documentPath();
+}
+
+}  // namespace film
