@@ -10,15 +10,28 @@ namespace {
 
 /// What a run over all frames found. Frames count from the first whole one.
 struct Tally {
-  std::vector<std::int64_t> wholeTimes;  ///< of the frames without damage, in the stream's time base
-  std::optional<std::int64_t> damage;    ///< time of the first frame that came out damaged or not at all
+  FrameIndex index;                    ///< with the frames without damage
+  std::optional<std::int64_t> damage;  ///< time of the first frame that came out damaged or not at all
 };
 
-Tally countFrames(ClipReader& reader, ClipContents* contents, const ScanProgress& progress) {
+bool sameFormat(const VideoFormat& first, const AVFrame& frame) {
+  const VideoFormat other = VideoFormatOf(frame);
+  return other.width == first.width && other.height == first.height && other.pixelFormat == first.pixelFormat;
+}
+
+void passRemainingPackets(ClipReader& reader) {
+  const Packet packet = MakePacket();
+  while (reader.nextPacket(*packet)) av_packet_unref(packet.get());
+}
+
+Tally countFrames(ClipReader& reader, const ScanOptions& options, ClipContents* contents) {
   Tally tally;
+  PacketLog log;
+  reader.log = &log;
+  std::vector<IndexedFrame>& frames = tally.index.frames;
   CodedFrame coded;
   while (reader.next(&coded)) {
-    const int number = static_cast<int>(tally.wholeTimes.size());
+    const int number = static_cast<int>(frames.size());
     if (number == 0) {
       // Pictures that refer to what lies before the clip's start don't count, nor does what was lost there.
       if (!coded.damaged) reader.firstLost.reset();
@@ -26,14 +39,21 @@ Tally countFrames(ClipReader& reader, ClipContents* contents, const ScanProgress
       contents->format = VideoFormatOf(*coded.frame);
       contents->firstTime = coded.time;
     }
-    CheckSameFormat(contents->path, contents->format, *coded.frame, number);
+    if (!sameFormat(contents->format, *coded.frame)) {
+      if (!options.upToChange) CheckSameFormat(contents->path, contents->format, *coded.frame, number);
+      tally.index.end = ClipEnd::Change;
+      passRemainingPackets(reader);
+      break;
+    }
     if (coded.damaged)
       tally.damage = std::min(tally.damage.value_or(coded.time), coded.time);
     else
-      tally.wholeTimes.push_back(coded.time);
-    if (progress && number % 16 == 0 && !progress(number)) throw Failure("cancelled", kCancelled);
+      frames.push_back({coded.time, coded.duration, coded.packet, CheckOf(*coded.frame)});
+    if (options.progress && number % 16 == 0 && !options.progress(number)) throw Failure("cancelled", kCancelled);
   }
   if (reader.firstLost) tally.damage = std::min(tally.damage.value_or(*reader.firstLost), *reader.firstLost);
+  log.finish(&tally.index);
+  reader.log = nullptr;
   return tally;
 }
 
@@ -44,29 +64,67 @@ double promisedSeconds(const ClipReader& reader) {
   return reader.file().duration > 0 ? static_cast<double>(reader.file().duration) / AV_TIME_BASE : 0.0;
 }
 
-/// All whole frames; damage may only lie behind them.
-int usableFrames(const ClipReader& reader, const Tally& tally, ClipContents* contents) {
-  const std::string& path = contents->path;
-  const std::vector<std::int64_t>& times = tally.wholeTimes;
-  if (times.empty()) throw Failure(path + ": its video stream holds no frame that can be decoded; check that it plays");
-  if (tally.damage && times.back() > *tally.damage) {
-    const auto damaged = std::lower_bound(times.begin(), times.end(), *tally.damage) - times.begin();
-    throw Failure(path + ": frame " + std::to_string(damaged) + " can't be decoded; repair the file or cut the clip " +
-                  "around it, for example by converting it with ffmpeg, and try again");
-  }
-  const int frames = static_cast<int>(times.size());
-  const double seconds = static_cast<double>(times.back() - times.front()) * av_q2d(reader.stream().time_base);
-  if (reader.cutShort || tally.damage || promisedSeconds(reader) > seconds + 1.0)
-    contents->warning = path + ": the file was cut short; it is used up to its last whole frame, number " +
-                        std::to_string(frames - 1) + "; copy it again if there should be more";
-  return frames;
+/// A frame is shown until the next one is; the packets' durations are those of the order in the file.
+void completeDurations(std::vector<IndexedFrame>* frames) {
+  for (size_t n = 0; n + 1 < frames->size(); ++n)
+    if ((*frames)[n + 1].time > (*frames)[n].time) (*frames)[n].duration = (*frames)[n + 1].time - (*frames)[n].time;
 }
 
-void describe(const ClipReader& reader, int frames, ClipContents* contents) {
+constexpr std::ptrdiff_t jointFrames = 2;  // those that a container takes for damaged where two streams were joined
+
+/// Fails on a clip without frames, and where damage lies before whole frames.
+void checkFrames(const std::string& path, Tally* tally) {
+  std::vector<IndexedFrame>& frames = tally->index.frames;
+  const auto damaged = std::find_if(frames.begin(), frames.end(), [&](const IndexedFrame& frame) {
+    return tally->damage && frame.time >= *tally->damage;
+  });
+  if (tally->index.end == ClipEnd::Change && frames.end() - damaged <= jointFrames) frames.erase(damaged, frames.end());
+  if (frames.empty())
+    throw Failure(path + ": its video stream holds no frame that can be decoded; check that it plays");
+  if (tally->damage && frames.back().time > *tally->damage)
+    throw Failure(path + ": frame " + std::to_string(damaged - frames.begin()) +
+                  " can't be decoded; repair the file or cut the clip " +
+                  "around it, for example by converting it with ffmpeg, and try again");
+}
+
+/// All whole frames; damage may only lie behind them.
+std::shared_ptr<const FrameIndex> usableFrames(const ClipReader& reader, Tally tally, const std::string& path) {
+  checkFrames(path, &tally);
+  FrameIndex index = std::move(tally.index);
+  completeDurations(&index.frames);
+  const IndexedFrame &first = index.frames.front(), &last = index.frames.back();
+  const double seconds =
+      static_cast<double>(last.time + last.duration - first.time) * av_q2d(reader.stream().time_base);
+  const bool cut = reader.cutShort || tally.damage || promisedSeconds(reader) > seconds + 1.0;
+  if (cut && index.end == ClipEnd::Whole) index.end = ClipEnd::CutShort;
+  return std::make_shared<const FrameIndex>(std::move(index));
+}
+
+std::string warningOf(const std::string& path, const FrameIndex& index) {
+  const std::string last = std::to_string(index.frames.size() - 1);
+  switch (index.end) {
+    case ClipEnd::Whole:
+      return "";
+    case ClipEnd::CutShort:
+      return path + ": the file was cut short; it is used up to its last whole frame, number " + last +
+             "; copy it again if there should be more";
+    case ClipEnd::Change:
+      return path + ": size or pixel format changes behind frame " + last + "; it is used up to there";
+  }
+  return "";
+}
+
+void describe(const ClipReader& reader, std::shared_ptr<const FrameIndex> index, ClipContents* contents) {
   const AVRational timeBase = reader.stream().time_base;
-  contents->identity = {contents->format.width,   contents->format.height, frames, timeBase.num, timeBase.den,
-                        reader.firstPacketHash(), reader.lastPacketHash()};
+  contents->identity = {contents->format.width,
+                        contents->format.height,
+                        static_cast<int>(index->frames.size()),
+                        timeBase.num,
+                        timeBase.den,
+                        reader.firstPacketHash(),
+                        reader.lastPacketHash()};
   contents->frameRate = reader.frameRate();
+  contents->warning = warningOf(contents->path, *index);
   const std::optional<PlaneFormat> planes = PlaneFormatOf(contents->format);
   if (!planes) {
     const char* name = av_get_pix_fmt_name(contents->format.pixelFormat);
@@ -74,49 +132,61 @@ void describe(const ClipReader& reader, int frames, ClipContents* contents) {
                   " aren't supported; convert the clip to yuv420p, yuv422p or yuv444p of 8 or 10 bits first");
   }
   contents->planes = *planes;
+  contents->index = std::move(index);
 }
 
-/// Reads all packets but decodes the first frame only; false when the packets don't bear out `knownFrames`.
-bool scanPackets(int knownFrames, ClipContents* contents) {
+/// Whether decoding begins with the frame that the index says. Other decoders may find other frames in the same
+/// packets.
+bool beginsAsKnown(const FrameIndex& known, ClipContents* contents) {
   ClipReader reader(contents->path, 1);
-  const Packet packet = MakePacket();
-  while (reader.nextPacket(*packet)) av_packet_unref(packet.get());
-  if (reader.packets != knownFrames || reader.cutShort) return false;
-  ClipReader again(contents->path, 1);
   CodedFrame first;
   do {
-    if (!again.next(&first)) return false;
+    if (!reader.next(&first)) return false;
   } while (first.damaged);
   contents->format = VideoFormatOf(*first.frame);
   contents->firstTime = first.time;
-  describe(reader, knownFrames, contents);
+  const IndexedFrame& expected = known.frames.front();
+  return first.time == expected.time && first.packet == expected.packet && CheckOf(*first.frame) == expected.check;
+}
+
+/// Reads all packets but decodes the first frame only; false when the packets don't bear out what is known.
+bool scanPackets(const std::shared_ptr<const FrameIndex>& known, ClipContents* contents) {
+  if (known->frames.empty()) return false;
+  ClipReader reader(contents->path, 1);
+  PacketLog log;
+  reader.log = &log;
+  passRemainingPackets(reader);
+  if (log.packets() != known->packets || log.check() != known->packetsCheck) return false;
+  if (!beginsAsKnown(*known, contents)) return false;
+  describe(reader, known, contents);
   return true;
 }
 
 }  // namespace
 
-ClipContents ScanClip(const std::string& path, int knownFrames, int threads, const ScanProgress& progress) {
+ClipContents ScanClip(const std::string& path, const ScanOptions& options) {
   ClipContents contents;
   contents.path = path;
-  if (knownFrames > 0 && scanPackets(knownFrames, &contents)) return contents;
   RouteLibavMessages();
+  if (options.known && (options.upToChange || options.known->end != ClipEnd::Change) &&
+      scanPackets(options.known, &contents))
+    return contents;
   const int errorsBefore = LibavErrors();
-  ClipReader quick(path, threads);
-  const Tally tally = countFrames(quick, &contents, progress);
+  ClipReader quick(path, options.threads);
+  Tally tally = countFrames(quick, options, &contents);
   if (LibavErrors() == errorsBefore) {
-    describe(quick, usableFrames(quick, tally, &contents), &contents);
+    describe(quick, usableFrames(quick, std::move(tally), path), &contents);
     return contents;
   }
   // A decoder with threads may hand out a damaged frame before it knows of the damage, one without can't.
   ClipReader sure(path, 1);
-  const Tally sureTally = countFrames(sure, &contents, progress);
-  describe(sure, usableFrames(sure, sureTally, &contents), &contents);
+  Tally sureTally = countFrames(sure, options, &contents);
+  describe(sure, usableFrames(sure, std::move(sureTally), path), &contents);
   return contents;
 }
 
 void CheckSameFormat(const std::string& path, const VideoFormat& first, const AVFrame& frame, int number) {
-  const VideoFormat other = VideoFormatOf(frame);
-  if (other.width == first.width && other.height == first.height && other.pixelFormat == first.pixelFormat) return;
+  if (sameFormat(first, frame)) return;
   throw Failure(path + ": size or pixel format changes at frame " + std::to_string(number) +
                 "; split the clip there and stabilise the parts one by one");
 }

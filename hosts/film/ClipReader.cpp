@@ -118,8 +118,10 @@ bool ClipReader::nextPacket(AVPacket& target) {
 }
 
 void ClipReader::note(const AVPacket& read) {
+  ++nextNumber;
+  if (log) log->add(read);
   if (read.flags & AV_PKT_FLAG_DISCARD) return;  // an edit list cuts it away
-  if (packets++ == 0) av_packet_ref(firstPacket.get(), &read);
+  if (!firstPacket->data) av_packet_ref(firstPacket.get(), &read);
   av_packet_unref(lastPacket.get());
   av_packet_ref(lastPacket.get(), &read);
 }
@@ -136,6 +138,7 @@ void ClipReader::feed() {
   }
   const bool corrupt = (packet->flags & AV_PKT_FLAG_CORRUPT) != 0;
   if (packet->pts != AV_NOPTS_VALUE) lastFed = packet->pts;
+  packet->pos = nextNumber - 1;  // decoders hand it on with the picture and make no other use of it
   if (avcodec_send_packet(decoder.get(), packet.get()) < 0 || corrupt) noteLost();
   av_packet_unref(packet.get());
 }
@@ -159,7 +162,8 @@ bool ClipReader::next(CodedFrame* coded) {
   }
   coded->damaged = (frame.flags & AV_FRAME_FLAG_CORRUPT) != 0 || frame.decode_error_flags != 0;
   coded->time = timeOf(frame);
-  coded->duration = frame.pkt_duration;
+  coded->duration = std::max<std::int64_t>(frame.pkt_duration, 0);
+  coded->packet = frame.pkt_pos >= 0 && frame.pkt_pos < nextNumber ? static_cast<int>(frame.pkt_pos) : -1;
   return true;
 }
 

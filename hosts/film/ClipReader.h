@@ -4,6 +4,7 @@
 #include <optional>
 #include <string>
 
+#include "film/FrameIndex.h"
 #include "film/Libav.h"
 #include "film/VideoFormat.h"
 
@@ -14,6 +15,7 @@ struct CodedFrame {
   Frame frame;
   std::int64_t time = 0;      ///< presentation time in the stream's time base
   std::int64_t duration = 0;  ///< the same; 0 where unknown
+  int packet = -1;            ///< in which it begins, counted in the order of the file; -1 where unknown
   bool damaged = false;       ///< the decoder had to guess parts of it
 };
 
@@ -36,7 +38,8 @@ class ClipReader {
   /// The next picture; false at the end. Damage that left no picture behind shows in `firstLost`.
   bool next(CodedFrame* coded);
 
-  int packets = 0;  ///< video packets so far whose pictures are to be shown
+  PacketLog* log = nullptr;  ///< lent; notes all packets from the start on
+
   /// The earliest presentation time of a packet that the decoder refused or that wasn't whole, as far as it can be
   /// told.
   std::optional<std::int64_t> firstLost;
@@ -58,6 +61,7 @@ class ClipReader {
   CodecContext decoder;
   Packet packet, firstPacket, lastPacket;
   int streamIndex = -1;
+  int nextNumber = 0;  // of the packet that is read next
   bool packetsEnded = false;
   std::int64_t lastFed = 0;   // presentation time of the packet that the decoder got last
   std::int64_t nextTime = 0;  // what a frame without a time stamp gets

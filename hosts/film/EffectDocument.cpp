@@ -7,6 +7,7 @@
 #include <utility>
 
 #include "film/Failure.h"
+#include "film/FrameIndexText.h"
 #include "film/OutputFile.h"
 
 namespace film {
@@ -85,10 +86,9 @@ void EffectDocument::checkClip(const ClipContents& contents) const {
   }
 }
 
-int EffectDocument::frames() const {
-  const json& clip = document.at("clip");
-  const auto frames = clip.find("frames");
-  return frames != clip.end() && frames->is_number_integer() ? frames->get<int>() : -1;
+std::shared_ptr<const FrameIndex> EffectDocument::index() const {
+  const auto text = document.find("index");
+  return text != document.end() ? FrameIndexOf(*text) : nullptr;
 }
 
 void EffectDocument::restore(ParameterStore& parameters) const {
@@ -99,10 +99,11 @@ void EffectDocument::restore(ParameterStore& parameters) const {
 void EffectDocument::Save(const std::string& path, const ClipContents& contents, const ParameterStore& parameters) {
   json clip;
   for (const IdentityField& field : identityFields) clip[field.key] = field.value(contents.identity);
-  const json saved{{"version", currentVersion},
-                   {"clip", std::move(clip)},
-                   {"parameters", parameters.numbers()},
-                   {"archives", parameters.archives()}};
+  json saved{{"version", currentVersion},
+             {"clip", std::move(clip)},
+             {"parameters", parameters.numbers()},
+             {"archives", parameters.archives()}};
+  if (!contents.index->frames.empty()) saved["index"] = TextOf(*contents.index);
   try {
     OutputFile::write(path, saved.dump(1) + "\n");
   } catch (const Failure& failure) {

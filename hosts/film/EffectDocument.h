@@ -10,7 +10,8 @@
 namespace film {
 
 /// What is kept of an effect between two runs: the clip that it is applied to, the parameters' values and the stored
-/// objects. A JSON file with the members "version", "clip", "parameters" and "archives".
+/// objects. A JSON file with the members "version", "clip", "parameters" and "archives", and with "index", which only
+/// saves time.
 class EffectDocument {
  public:
   static constexpr int currentVersion = 1;
@@ -28,8 +29,8 @@ class EffectDocument {
   /// Fails unless the document belongs to the clip; the text names the first field that differs.
   void checkClip(const ClipContents& contents) const;
 
-  /// What the document says of its clip's frame count, or -1.
-  int frames() const;
+  /// What an earlier scan of the clip found, or null where the document doesn't hold it or holds nonsense.
+  std::shared_ptr<const FrameIndex> index() const;
 
   /// Hands the stored values to declared parameters.
   void restore(ParameterStore& parameters) const;

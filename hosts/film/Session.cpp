@@ -49,13 +49,26 @@ Session::Session(SessionOptions sessionOptions)
 
 void Session::openDocument() {
   std::optional<EffectDocument> document = loadDocument(effectPath, options.again);
-  ClipContents contents =
-      ScanClip(options.clip, document ? document->frames() : -1, options.threads, [](int) { return !Interrupted(); });
+  ScanOptions scan{options.threads};
+  if (document) scan.known = document->index();
+  scan.progress = [](int) { return !Interrupted(); };
+  ClipContents contents = ScanClip(options.clip, scan);
   if (!contents.warning.empty()) std::fprintf(stderr, "orvane: %s\n", contents.warning.c_str());
   if (document && !fits(*document, contents, options.again)) document.reset();
+  const bool indexIsNew = contents.index != scan.known;
   source = std::make_unique<FrameSource>(std::move(contents), options.threads);
   current = std::make_unique<Effect>(*source, platform);
-  if (document) document->restore(current->parameters());
+  if (!document) return;
+  document->restore(current->parameters());
+  if (indexIsNew) keepIndex();
+}
+
+void Session::keepIndex() const {
+  try {
+    save();
+  } catch (const Failure&) {
+    // It only saves the next run some time.
+  }
 }
 
 // Where a frame's rows or lanes aren't a multiple of the stripe count some would be left out.

@@ -58,6 +58,7 @@ class Session {
   void openDocument();
   void openAnew();
   void save() const;
+  void keepIndex() const;
   void applyThreads() const;
 
   SessionOptions options;

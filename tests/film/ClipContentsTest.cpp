@@ -6,6 +6,7 @@
 #include "film/Clips.h"
 #include "film/Failure.h"
 #include "film/FrameSource.h"
+#include "film/MadeClips.h"
 
 namespace film {
 namespace {
@@ -40,15 +41,91 @@ TEST(ClipContents, FramesAreCounted) {
   EXPECT_EQ(contents.planes.kr, 0.2126);
 }
 
-TEST(ClipContents, AKnownCountIsBelievedOnlyWhenThePacketsAgree) {
+TEST(ClipContents, TheIndexHoldsTheTimeAndTheLengthOfEachFrame) {
   const TestFolder folder;
   WriteTestClip(folder / "clip.mp4", 12);
+  const ClipContents contents = ScanClip(folder / "clip.mp4", ScanOptions{1});
+  ASSERT_EQ(contents.index->frames.size(), 12u);
+  for (int number = 0; number < 12; ++number) {
+    EXPECT_EQ(contents.index->frames[number].time, 512 * number);
+    EXPECT_EQ(contents.index->frames[number].duration, 512);
+  }
+  EXPECT_EQ(contents.index->packets, 12);
+  EXPECT_EQ(contents.index->end, ClipEnd::Whole);
+}
+
+TEST(ClipContents, AKnownIndexIsBelievedOnlyWhenThePacketsBearItOut) {
+  const TestFolder folder;
+  WriteTestClip(folder / "clip.mp4", 12);
+  WriteTestClip(folder / "other.mp4", 12, 64, 48, 30);
   int counted = 0;
-  const ScanProgress count = [&](int) { return ++counted > 0; };
-  EXPECT_EQ(ScanClip(folder / "clip.mp4", 12, 1, count).identity.frames, 12);
-  EXPECT_EQ(counted, 0);  // nothing was decoded to count
-  EXPECT_EQ(ScanClip(folder / "clip.mp4", 13, 1, count).identity.frames, 12);
+  ScanOptions options{1};
+  options.progress = [&](int) { return ++counted > 0; };
+  const ClipContents contents = ScanClip(folder / "clip.mp4", options);
   EXPECT_GT(counted, 0);
+  counted = 0;
+  options.known = contents.index;
+  const ClipContents again = ScanClip(folder / "clip.mp4", options);
+  EXPECT_EQ(counted, 0);  // nothing was decoded to count
+  EXPECT_EQ(again.identity.frames, 12);
+  EXPECT_EQ(again.identity.lastPacket, contents.identity.lastPacket);
+  EXPECT_EQ(*again.index, *contents.index);
+  const ClipContents other = ScanClip(folder / "other.mp4", options);
+  EXPECT_GT(counted, 0);
+  EXPECT_NE(*other.index, *contents.index);
+  counted = 0;
+  auto wrong = std::make_shared<FrameIndex>(*contents.index);
+  ++wrong->frames[0].check;  // as from another version of the decoder
+  options.known = wrong;
+  EXPECT_EQ(*ScanClip(folder / "clip.mp4", options).index, *contents.index);
+  EXPECT_GT(counted, 0);
+}
+
+/// Two raw streams after one another.
+void WriteChangingClip(const TestFolder& folder, const std::string& name) {
+  MakeClip(folder / "a.h264", 7, "-c:v libx264 -preset ultrafast");
+  MakeClip(folder / "b.h264", 9, "-c:v libx264 -preset ultrafast", "80x48");
+  WriteAll(folder / name, ReadAll(folder / "a.h264") + ReadAll(folder / "b.h264"));
+}
+
+TEST(ClipContents, AChangeOfSizeIsRefusedWithItsFrame) {
+  const TestFolder folder;
+  WriteChangingClip(folder, "clip.h264");
+  EXPECT_THAT(FailureOf(folder / "clip.h264"),
+              AllOf(StartsWith(folder / "clip.h264"), HasSubstr("size or pixel format changes at frame 7; split")));
+}
+
+TEST(ClipContents, AClipIsUsedUpToAChangeWhenAskedTo) {
+  const TestFolder folder;
+  WriteChangingClip(folder, "clip.h264");
+  ScanOptions options{1};
+  options.upToChange = true;
+  const ClipContents contents = ScanClip(folder / "clip.h264", options);
+  EXPECT_EQ(contents.identity.frames, 7);
+  EXPECT_THAT(contents.warning, HasSubstr("changes behind frame 6; it is used up to there"));
+  FrameSource frames(contents, 1);
+  EXPECT_NE(frames.fetch(6), nullptr);
+  EXPECT_EQ(frames.fetch(7), nullptr);
+
+  options.known = contents.index;
+  int counted = 0;
+  options.progress = [&](int) { return ++counted > 0; };
+  EXPECT_EQ(ScanClip(folder / "clip.h264", options).warning, contents.warning);
+  EXPECT_EQ(counted, 0);
+  options.upToChange = false;  // a later run that doesn't ask for it
+  EXPECT_THROW(ScanClip(folder / "clip.h264", options), Failure);
+}
+
+TEST(ClipContents, JoinedTransportStreamsAreUsedUpToTheJoint) {
+  const TestFolder folder;
+  MakeClip(folder / "a.ts", 7, "-c:v libx264 -preset ultrafast");
+  MakeClip(folder / "b.ts", 9, "-c:v libx264 -preset ultrafast", "80x48");
+  WriteAll(folder / "clip.ts", ReadAll(folder / "a.ts") + ReadAll(folder / "b.ts"));
+  ScanOptions options{1};
+  options.upToChange = true;
+  const int frames = ScanClip(folder / "clip.ts", options).identity.frames;
+  EXPECT_GE(frames, 5);  // the container takes what meets the joint for damaged
+  EXPECT_LE(frames, 7);
 }
 
 TEST(ClipContents, OneFrameIsAClip) {

@@ -50,7 +50,7 @@ TEST_F(EffectDocumentTest, GivesBackWhatWasSaved) {
   const auto document = EffectDocument::Load(path);
   ASSERT_TRUE(document);
   document->checkClip(contents);
-  EXPECT_EQ(document->frames(), 12);
+  EXPECT_EQ(document->index(), nullptr);  // there was none to save
   ParameterStore other;
   declare(&other);
   document->restore(other);
@@ -65,6 +65,75 @@ TEST_F(EffectDocumentTest, SaysWhatItIs) {
       "clip": {"width": 64, "height": 48, "frames": 12, "timeBase": "1/12800",
                "firstPacket": "00112233aabbccdd", "lastPacket": "ffeeddcc99887766"},
       "parameters": {"4": 30}, "archives": {"6": {"number": 0.1}}})"));
+}
+
+std::shared_ptr<const FrameIndex> IndexOfFourFrames() {
+  FrameIndex index;
+  index.packets = 5;
+  index.packetsCheck = 0x0123456789abcdef;
+  index.end = ClipEnd::CutShort;
+  index.frames = {{-1024, 512, 0, 0xff}, {-512, 512, 3, 0x12345678}, {0, 2000, 2, 1}, {1024, 40, 4, 0xfffffffe}};
+  index.points = {{0, AV_NOPTS_VALUE, 48, 0xabcdef01}, {3, 77, -1, 2}};
+  return std::make_shared<FrameIndex>(index);
+}
+
+TEST_F(EffectDocumentTest, KeepsTheIndexInLinesOfNumbers) {
+  contents.index = IndexOfFourFrames();
+  EffectDocument::Save(path, contents, store);
+  EXPECT_EQ(nlohmann::json::parse(ReadAll(path))["index"], nlohmann::json::parse(R"({
+      "end": "cut", "packets": 5, "packetsCheck": "0123456789abcdef",
+      "times": "-1024 512*2 1024", "durations": "0*2 976 40", "order": "0 2 0 1",
+      "checks": "000000ff1234567800000001fffffffe",
+      "points": {"packets": "0 3", "dts": "-9223372036854775808 -9223372036854775731", "positions": "48 -49",
+                 "checks": "abcdef0100000002"}})"));
+  const auto document = EffectDocument::Load(path);
+  ASSERT_NE(document->index(), nullptr);
+  EXPECT_EQ(*document->index(), *contents.index);
+}
+
+TEST_F(EffectDocumentTest, ADamagedIndexIsAsGoodAsNone) {
+  contents.index = IndexOfFourFrames();
+  EffectDocument::Save(path, contents, store);
+  const nlohmann::json whole = nlohmann::json::parse(ReadAll(path));
+  const auto indexAfter = [&](const char* place, const nlohmann::json& value) {
+    nlohmann::json changed = whole;
+    changed[nlohmann::json::json_pointer(std::string("/index") + place)] = value;
+    WriteAll(path, changed.dump());
+    return EffectDocument::Load(path)->index();
+  };
+  ASSERT_NE(indexAfter("/packets", 5), nullptr);
+  for (const auto& [place, value] :
+       std::initializer_list<std::pair<const char*, nlohmann::json>>{{"", 3},
+                                                                     {"", nullptr},
+                                                                     {"", nlohmann::json::object()},
+                                                                     {"/end", "none"},
+                                                                     {"/packets", 4},
+                                                                     {"/packets", -5},
+                                                                     {"/packets", "5"},
+                                                                     {"/packets", 5000000000},
+                                                                     {"/packetsCheck", "0123"},
+                                                                     {"/packetsCheck", "0123456789abcdeg"},
+                                                                     {"/times", "-1024 512*2"},
+                                                                     {"/times", "-1024 512*3 1"},
+                                                                     {"/times", "-1024  512*2"},
+                                                                     {"/times", "-1024 512*-1 1024"},
+                                                                     {"/times", "1*4000000000"},
+                                                                     {"/times", "1*18446744073709551615 1 1 1 1"},
+                                                                     {"/times", "9223372036854775807 0*3"},
+                                                                     {"/times", 12},
+                                                                     {"/durations", "-513 0 976 40"},
+                                                                     {"/order", "0 2 0 2"},
+                                                                     {"/order", "-2 2 0 1"},
+                                                                     {"/checks", "000000ff12345678000000010"},
+                                                                     {"/checks", "000000ff1234567800000001fffffffg"},
+                                                                     {"/checks", ""},
+                                                                     {"/points", nullptr},
+                                                                     {"/points/packets", "3 0"},
+                                                                     {"/points/packets", "0 5"},
+                                                                     {"/points/positions", "48 -50"},
+                                                                     {"/points/dts", "1"},
+                                                                     {"/points/checks", "abcdef01"}})
+    EXPECT_EQ(indexAfter(place, value), nullptr) << place << " " << value;
 }
 
 TEST_F(EffectDocumentTest, NoFileIsNoDocument) { EXPECT_FALSE(EffectDocument::Load(folder / "none.json")); }
