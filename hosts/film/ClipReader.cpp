@@ -34,6 +34,8 @@ bool showsAnything(const AVInputFormat& format) {
   return false;
 }
 
+constexpr std::int64_t longestByteSearch = std::int64_t{1} << 24;
+
 InputFile openInput(const std::string& path) {
   checkFile(path);
   AVFormatContext* opened = nullptr;
@@ -74,7 +76,8 @@ ClipReader::ClipReader(const std::string& path, int threads)
       input(openInput(path)),
       packet(MakePacket()),
       firstPacket(MakePacket()),
-      lastPacket(MakePacket()) {
+      lastPacket(MakePacket()),
+      found(MakePacket()) {
   streamIndex = findVideoStream(*input, path);
   for (unsigned i = 0; i < input->nb_streams; ++i)
     if (static_cast<int>(i) != streamIndex) input->streams[i]->discard = AVDISCARD_ALL;
@@ -102,6 +105,16 @@ AVRational ClipReader::frameRate() const {
 }
 
 bool ClipReader::nextPacket(AVPacket& target) {
+  if (foundOne)
+    av_packet_move_ref(&target, found.get());
+  else if (!readPacket(target))
+    return false;
+  foundOne = false;
+  note(target);
+  return true;
+}
+
+bool ClipReader::readPacket(AVPacket& target) {
   while (true) {
     const int error = av_read_frame(input.get(), &target);
     if (error == AVERROR(EAGAIN)) continue;
@@ -109,12 +122,62 @@ bool ClipReader::nextPacket(AVPacket& target) {
       cutShort |= error != AVERROR_EOF;
       return false;
     }
-    if (target.stream_index == streamIndex) {
-      note(target);
-      return true;
-    }
+    if (target.stream_index == streamIndex) return true;
     av_packet_unref(&target);
   }
+}
+
+bool ClipReader::seek(const AccessPoint& point) {
+  // Containers whose times may jump, or that have none, have no index by time either.
+  const bool bytesFirst = (input->iformat->flags & (AVFMT_TS_DISCONT | AVFMT_NOTIMESTAMPS)) != 0;
+  const bool landed = bytesFirst ? seekByte(point) || seekTime(point) : seekTime(point) || seekByte(point);
+  if (landed) beginAt(point);
+  return landed;
+}
+
+bool ClipReader::skipTo(const AccessPoint& point) {
+  for (int number = 0; number <= point.packet; ++number) {
+    av_packet_unref(found.get());
+    if (!readPacket(*found)) return false;
+  }
+  beginAt(point);
+  return true;
+}
+
+bool ClipReader::seekByte(const AccessPoint& point) {
+  if (point.position < 0 || (input->iformat->flags & AVFMT_NO_BYTE_SEEK) != 0) return false;
+  if (av_seek_frame(input.get(), streamIndex, point.position, AVSEEK_FLAG_BYTE) < 0) return false;
+  // Times and places of what comes then may be wrong.
+  const std::int64_t end = point.position + longestByteSearch;
+  return findPacket(
+      point, [](const AVPacket&) { return true; }, [&](const AVPacket& read) { return read.pos > end; });
+}
+
+bool ClipReader::seekTime(const AccessPoint& point) {
+  if (point.time == AV_NOPTS_VALUE) return false;
+  if (av_seek_frame(input.get(), streamIndex, point.time, AVSEEK_FLAG_BACKWARD) < 0) return false;
+  return findPacket(
+      point, [&](const AVPacket& read) { return read.pos < 0 || point.position < 0 || read.pos == point.position; },
+      [&](const AVPacket& read) { return read.dts != AV_NOPTS_VALUE && read.dts > point.time; });
+}
+
+/// Reads on to the point's packet, the first that has its check and that `fits`; false when there is none before one
+/// that is `behind` it.
+bool ClipReader::findPacket(const AccessPoint& point, const PacketTest& fits, const PacketTest& behind) {
+  for (int read = 0; read <= point.packet + 1; ++read) {
+    av_packet_unref(found.get());
+    if (!readPacket(*found)) return false;
+    if (fits(*found) && CheckOf(*found) == point.check) return true;
+    if (behind(*found)) return false;
+  }
+  return false;
+}
+
+void ClipReader::beginAt(const AccessPoint& point) {
+  avcodec_flush_buffers(decoder.get());
+  foundOne = true;
+  packetsEnded = false;
+  nextNumber = point.packet;
 }
 
 void ClipReader::note(const AVPacket& read) {

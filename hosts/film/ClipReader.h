@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <optional>
 #include <string>
 
@@ -13,6 +14,7 @@ namespace film {
 /// A picture of the clip as it was coded.
 struct CodedFrame {
   Frame frame;
+  int number = -1;            ///< in the clip; -1 where that isn't known
   std::int64_t time = 0;      ///< presentation time in the stream's time base
   std::int64_t duration = 0;  ///< the same; 0 where unknown
   int packet = -1;            ///< in which it begins, counted in the order of the file; -1 where unknown
@@ -38,6 +40,13 @@ class ClipReader {
   /// The next picture; false at the end. Damage that left no picture behind shows in `firstLost`.
   bool next(CodedFrame* coded);
 
+  /// Goes to an access point of this file: the next picture is the first that decoding from there gives. False where
+  /// the container didn't lead there; only a reader that is opened anew can be used then.
+  bool seek(const AccessPoint& point);
+
+  /// The same by reading all packets before it; for a reader that was just opened.
+  bool skipTo(const AccessPoint& point);
+
   PacketLog* log = nullptr;  ///< lent; notes all packets from the start on
 
   /// The earliest presentation time of a packet that the decoder refused or that wasn't whole, as far as it can be
@@ -50,7 +59,14 @@ class ClipReader {
   std::string lastPacketHash() const;
 
  private:
+  using PacketTest = std::function<bool(const AVPacket&)>;
+
   void openDecoder(int threads);
+  bool readPacket(AVPacket& target);
+  bool seekByte(const AccessPoint& point);
+  bool seekTime(const AccessPoint& point);
+  bool findPacket(const AccessPoint& point, const PacketTest& fits, const PacketTest& behind);
+  void beginAt(const AccessPoint& point);
   void feed();
   void note(const AVPacket& read);
   void noteLost();
@@ -60,9 +76,10 @@ class ClipReader {
   InputFile input;
   CodecContext decoder;
   Packet packet, firstPacket, lastPacket;
+  Packet found;  // where a seek led to, for as long as it wasn't read
   int streamIndex = -1;
   int nextNumber = 0;  // of the packet that is read next
-  bool packetsEnded = false;
+  bool packetsEnded = false, foundOne = false;
   std::int64_t lastFed = 0;   // presentation time of the packet that the decoder got last
   std::int64_t nextTime = 0;  // what a frame without a time stamp gets
 };

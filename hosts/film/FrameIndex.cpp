@@ -8,7 +8,9 @@ namespace film {
 
 void PacketLog::add(const AVPacket& packet) {
   const std::uint32_t check = CheckOf(packet);
-  if (packet.flags & AV_PKT_FLAG_KEY) points.push_back({count, packet.dts, packet.pos, check});
+  if (packet.pos >= 0) position = packet.pos;
+  const std::int64_t time = packet.dts != AV_NOPTS_VALUE ? packet.dts : packet.pts;
+  if (packet.flags & AV_PKT_FLAG_KEY) points.push_back({count, time, position, check});
   for (const std::int64_t part : {std::int64_t{check}, packet.pts, packet.dts, std::int64_t{packet.flags}})
     all.add(part);
   ++count;
@@ -21,8 +23,11 @@ void PacketLog::finish(FrameIndex* index) const {
 }
 
 std::uint32_t CheckOf(const AVPacket& packet) {
+  const std::uint8_t *begin = packet.data, *end = begin + packet.size;
+  while (begin < end && *begin == 0) ++begin;
+  while (begin < end && end[-1] == 0) --end;
   ByteCheck check;
-  check.add(packet.data, static_cast<std::size_t>(packet.size));
+  check.add(begin, static_cast<std::size_t>(end - begin));
   return check.shortValue();
 }
 

@@ -23,8 +23,8 @@ struct IndexedFrame {
 /// that frame's check.
 struct AccessPoint {
   int packet = 0;              ///< number in the order of the file
-  std::int64_t dts = 0;        ///< AV_NOPTS_VALUE where there is none
-  std::int64_t position = -1;  ///< byte in the file; -1: unknown
+  std::int64_t time = 0;       ///< of decoding, else of presentation; AV_NOPTS_VALUE where it has neither
+  std::int64_t position = -1;  ///< byte in the file where it begins, or where a packet before it does; -1: unknown
   std::uint32_t check = 0;     ///< of its bytes
 
   bool operator==(const AccessPoint&) const = default;
@@ -57,11 +57,12 @@ class PacketLog {
 
  private:
   int count = 0;
+  std::int64_t position = -1;  // the last one that was told
   ByteCheck all;
   std::vector<AccessPoint> points;
 };
 
-/// The check of a packet's bytes.
+/// The check of a packet's bytes, without zeros at the ends: with some containers those may go to either neighbour.
 std::uint32_t CheckOf(const AVPacket& packet);
 
 /// The check of a picture's samples, without what stands between the rows.

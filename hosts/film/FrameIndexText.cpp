@@ -110,18 +110,18 @@ bool readFrames(const json& text, FrameIndex* index) {
 
 bool readPoints(const json& text, FrameIndex* index) {
   std::vector<AccessPoint>& points = index->points;
-  Numbers packets, dts, positions;
+  Numbers packets, times, positions;
   if (!text.is_object() || !readChecks(text, &points)) return false;
   if (!ReadColumn(stringAt(text, "packets"), points.size(), &packets)) return false;
-  if (!ReadColumn(stringAt(text, "dts"), points.size(), &dts)) return false;
+  if (!ReadColumn(stringAt(text, "times"), points.size(), &times)) return false;
   if (!ReadColumn(stringAt(text, "positions"), points.size(), &positions)) return false;
   packets = sums(std::move(packets));
-  dts = sums(std::move(dts));
+  times = sums(std::move(times));
   positions = sums(std::move(positions));
   for (std::size_t i = 0; i < points.size(); ++i) {
     const std::int64_t before = i > 0 ? packets[i - 1] : -1;
     if (packets[i] <= before || packets[i] >= index->packets || positions[i] < -1) return false;
-    points[i] = {static_cast<int>(packets[i]), dts[i], positions[i], points[i].check};
+    points[i] = {static_cast<int>(packets[i]), times[i], positions[i], points[i].check};
   }
   return true;
 }
@@ -148,7 +148,7 @@ json TextOf(const FrameIndex& index) {
   const std::vector<IndexedFrame>& frames = index.frames;
   json points{
       {"packets", ColumnText(differences(column(index.points, [](auto& row, auto) { return row.packet; })))},
-      {"dts", ColumnText(differences(column(index.points, [](auto& row, auto) { return row.dts; })))},
+      {"times", ColumnText(differences(column(index.points, [](auto& row, auto) { return row.time; })))},
       {"positions", ColumnText(differences(column(index.points, [](auto& row, auto) { return row.position; })))},
       {"checks", checksText(index.points)}};
   const auto extraDuration = [&](const IndexedFrame& frame, std::int64_t n) {

@@ -2,9 +2,6 @@
 
 #include <utility>
 
-#include "film/ColourConverter.h"
-#include "film/Failure.h"
-
 namespace film {
 namespace {
 
@@ -27,9 +24,9 @@ FrameSource::~FrameSource() { stop(); }
 SharedPicture FrameSource::fetch(int number) {
   if (number < 0 || number >= clip.identity.frames) return nullptr;
   if (current && current->number == number) return current;
-  if (!reader.joinable() || number < nextNumber) {
+  if (!reader.joinable() || number < nextNumber || number > nextNumber + static_cast<int>(readAhead)) {
     stop();
-    start();
+    start(number);
   }
   current = nullptr;  // its memory serves the next one
   while (nextNumber <= number) {
@@ -40,12 +37,31 @@ SharedPicture FrameSource::fetch(int number) {
   return current;
 }
 
-void FrameSource::start() {
+SharedCodedFrame FrameSource::fetchCoded(int number) {
+  if (!codedFrames) codedFrames = std::make_unique<CodedFrames>(clip, threads);
+  return codedFrames->fetch(number);
+}
+
+SharedPicture FrameSource::convert(const CodedFrame& coded) {
+  if (!onDemand) onDemand = std::make_unique<ColourConverter>(clip.planes);
+  return toPicture(*onDemand, coded);
+}
+
+SharedPicture FrameSource::toPicture(ColourConverter& converter, const CodedFrame& coded) {
+  SharedPicture picture = pool.take();
+  converter.toFloat(planesOf(*coded.frame), picture->samples.data(), picture->rowBytes());
+  picture->number = coded.number;
+  picture->time = coded.time;
+  picture->duration = coded.duration;
+  return picture;
+}
+
+void FrameSource::start(int number) {
   stopping = ended = false;
   error = nullptr;
-  nextNumber = 0;
+  nextNumber = number;
   ready.clear();
-  reader = std::thread([this] { readFrames(); });
+  reader = std::thread([this, number] { readFrames(number); });
 }
 
 void FrameSource::stop() {
@@ -58,23 +74,17 @@ void FrameSource::stop() {
   reader.join();
 }
 
-void FrameSource::readFrames() {
+void FrameSource::readFrames(int number) {
   try {
-    ClipReader frames(clip.path, threads);
+    if (!frames) frames = std::make_unique<IndexedReader>(clip, threads);
     ColourConverter converter(clip.planes);
     CodedFrame coded;
-    for (int number = 0; number < clip.identity.frames && frames.next(&coded);) {
-      if (coded.time < clip.firstTime) continue;  // not counted either
-      CheckSameFormat(clip.path, clip.format, *coded.frame, number);
+    for (; frames->read(number, &coded); ++number) {
       if (!waitForRoom()) return;
-      SharedPicture picture = pool.take();
-      converter.toFloat(planesOf(*coded.frame), picture->samples.data(), picture->rowBytes());
-      picture->number = number++;
-      picture->time = coded.time;
-      picture->duration = coded.duration;
-      push(std::move(picture));
+      push(toPicture(converter, coded));
     }
   } catch (...) {
+    frames.reset();
     const std::lock_guard<std::mutex> guard(lock);
     error = std::current_exception();
   }

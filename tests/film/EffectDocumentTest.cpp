@@ -84,7 +84,7 @@ TEST_F(EffectDocumentTest, KeepsTheIndexInLinesOfNumbers) {
       "end": "cut", "packets": 5, "packetsCheck": "0123456789abcdef",
       "times": "-1024 512*2 1024", "durations": "0*2 976 40", "order": "0 2 0 1",
       "checks": "000000ff1234567800000001fffffffe",
-      "points": {"packets": "0 3", "dts": "-9223372036854775808 -9223372036854775731", "positions": "48 -49",
+      "points": {"packets": "0 3", "times": "-9223372036854775808 -9223372036854775731", "positions": "48 -49",
                  "checks": "abcdef0100000002"}})"));
   const auto document = EffectDocument::Load(path);
   ASSERT_NE(document->index(), nullptr);
@@ -131,7 +131,7 @@ TEST_F(EffectDocumentTest, ADamagedIndexIsAsGoodAsNone) {
                                                                      {"/points/packets", "3 0"},
                                                                      {"/points/packets", "0 5"},
                                                                      {"/points/positions", "48 -50"},
-                                                                     {"/points/dts", "1"},
+                                                                     {"/points/times", "1"},
                                                                      {"/points/checks", "abcdef01"}})
     EXPECT_EQ(indexAfter(place, value), nullptr) << place << " " << value;
 }
