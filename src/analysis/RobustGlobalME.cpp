@@ -29,18 +29,6 @@ constexpr int kRefineIterations = 1000;
 
 Matrix Identity() { return Matrix::GetIdentity(3); }
 
-/// The matrix of x' = a x - b y + c, y' = b x + a y + d.
-Matrix SimilarityMatrix(const std::vector<double>& p) {
-  Matrix m = Identity();
-  m(0, 0) = p[0];
-  m(0, 1) = -p[1];
-  m(0, 2) = p[2];
-  m(1, 0) = p[1];
-  m(1, 1) = p[0];
-  m(1, 2) = p[3];
-  return m;
-}
-
 /// The width and height of the box around all points; 0 by 0 for none.
 Point2D SizeOfBox(const PointSet& set) {
   if (set.points.empty()) return {0.0, 0.0};
@@ -219,7 +207,7 @@ void RobustGlobalME::fitSimilarity(int frame, LOPROSAC& solver) {
   work.qaWins = true;
   work.fit = Identity();
   if (fitted.empty()) return;  // and no similarity is stored for this frame
-  work.fit = SimilarityMatrix(fitted);
+  work.fit = similarityMatrix(fitted);
   qaMotion.Set(frame, inPixels(work.fit, Identity()));
 }
 
@@ -253,6 +241,18 @@ double RobustGlobalME::solveAndFit(LOPROSAC& solver, EstimationModel* model, Vor
   solver.optimiser = nullptr;
   return getFittedSolution(work.inliers, found, work.normalPrevious, work.normalCurrent, work.matches, model, fitted,
                            true);
+}
+
+/// The matrix of x' = a x - b y + c, y' = b x + a y + d.
+Matrix RobustGlobalME::similarityMatrix(const std::vector<double>& p) {
+  Matrix m = Identity();
+  m(0, 0) = p[0];
+  m(0, 1) = -p[1];
+  m(0, 2) = p[2];
+  m(1, 0) = p[1];
+  m(1, 1) = p[0];
+  m(1, 2) = p[3];
+  return m;
 }
 
 /// A motion between normalised points as one in pixels about the origin; `fallback` if that has no inverse.
@@ -313,20 +313,6 @@ bool RobustGlobalME::storeNoMotion(int frame, float confidence, Matrix& result) 
 void RobustGlobalME::restartWeights() {
   framesEstimated = 0;
   matchWeights.clear();
-}
-
-bool RobustGlobalME::DirectEstimate(int /*frame*/, Matrix& result, float& confidence) {
-  result = Identity();
-  confidence = 0.0f;
-  return false;
-}
-
-bool RobustGlobalME::DirectCheck(Matrix& /*m*/) { return true; }
-
-void RobustGlobalME::integrateDirectCheckResult(double sum, int pixels) {
-  const std::lock_guard lock(dc_results_lock);
-  dcTotalError += static_cast<float>(sum);
-  dcPixelCount += pixels;
 }
 
 float RobustGlobalME::calculateMatchQuality(const Point2D& previous, const Point2D& current) const {

@@ -64,12 +64,17 @@ class RobustGlobalME {
   bool Estimate(int frame, Vorn::PointSet& current, Vorn::PointSet& previous, Vorn::MatchSet& matches,
                 Vorn::Matrix& result);
 
-  /// Fits the quasi-affine motion to the images themselves. Not built in yet: false, with `result` the identity and
-  /// `confidence` 0, which is what a failed alignment leaves.
+  /// Aligns the two frames by their grey values, from the coarsest level of the pyramids to the finest, starting from
+  /// the similarity of the frame before. `result` becomes a similarity in pixels about the frame's centre, `confidence`
+  /// 1 for equal images and 0 where they differ by `qualityMax` (a mean squared difference). False where a level stays
+  /// too far from agreement, with `result` the identity and `confidence` 0, and without pyramids, with both untouched.
   bool DirectEstimate(int frame, Vorn::Matrix& result, float& confidence);
-  /// Whether the images agree with `m`. Alignment from the images is not built in yet, so nothing speaks against a fit:
-  /// always true.
+  /// Whether the frames, aligned by `m`, differ by a mean squared difference of at most `qualityMax`. False where they
+  /// can't be compared: without pyramids, with less than a 3 by 3 matrix, or if no pixel stays inside.
   bool DirectCheck(Vorn::Matrix& m);
+  /// The mean squared difference over the rows `firstRow` to `lastRow` of `previous`, which are added to the
+  /// accumulators too. `m`: nine elements by rows, about the frame's centre. 0 if no pixel stays inside.
+  double directCheck(Vorn::FastArray* current, Vorn::FastArray* previous, double* m, int firstRow, int lastRow);
   /// Adds a stripe's squared differences to the accumulators of the check. Safe from any thread.
   void integrateDirectCheckResult(double sum, int pixels);
 
@@ -168,6 +173,7 @@ class RobustGlobalME {
   bool alignDirectly(int frame, Vorn::Matrix& result);
   bool storeNoMotion(int frame, float confidence, Vorn::Matrix& result);
   void restartWeights();
+  static Vorn::Matrix similarityMatrix(const std::vector<double>& parameters);
 
   // RobustGlobalMEWeights.cpp
   void testForTitles();

@@ -430,9 +430,11 @@ TEST_F(TrackerEstimatorTest, TotalLossFindsNewFeaturesAtOnceButHasNoMatchesForAF
   EXPECT_GT(estimator.trackPoints.size(), 100u);
   EXPECT_EQ(estimator.motionEstimator.confSet.Get(3), 0.0f);
   Process(4, HandHeld(4));  // a list, but no points of the frame before
-  EXPECT_EQ(estimator.motionEstimator.confSet.Get(4), 0.0f);
+  EXPECT_TRUE(estimator.motionEstimator.directlyEstimated);
+  EXPECT_GT(estimator.motionEstimator.confSet.Get(4), 0.9f);
   EXPECT_GT(estimator.previousPoints.points.size(), 100u);
   Process(5, HandHeld(5));
+  EXPECT_FALSE(estimator.motionEstimator.directlyEstimated);
   EXPECT_GT(estimator.motionEstimator.confSet.Get(5), 0.9f);
 }
 
