@@ -158,8 +158,8 @@ void Mosaic::InFrames(double x, double y, std::vector<int>& outFrames, std::vect
   };
   int back = nearest - 1, ahead = nearest;
   while (wanted() && (back >= 0 || ahead < count)) {
-    if (back >= 0) take(back--);
-    if (wanted() && ahead < count) take(ahead++);
+    if (ahead < count) take(ahead++);
+    if (wanted() && back >= 0) take(back--);
   }
 }
 

@@ -170,10 +170,11 @@ TEST(Mosaic, ListsTheFramesThatCoverAPosition) {
   std::vector<int> frames;
   std::vector<Point2D> points;
   mosaic.InFrames(40, 0, frames, points, 2, 3);
-  EXPECT_EQ(frames, (std::vector<int>{1, 2, 0})) << "outward from frame 2, backward first";
+  EXPECT_EQ(frames, (std::vector<int>{2, 1, 3})) << "outward from frame 2, backward first";
   ASSERT_EQ(points.size(), 3u);
-  EXPECT_NEAR(points[0].x, 30.0, 1e-9);
-  EXPECT_NEAR(points[1].x, 90.0, 1e-9);
+  EXPECT_NEAR(points[0].x, 90.0, 1e-9);
+  EXPECT_NEAR(points[1].x, 30.0, 1e-9);
+  EXPECT_NEAR(points[2].x, 60.0, 1e-9);
   mosaic.InFrames(40, 0, frames, points, -1, 10);
   EXPECT_EQ(frames, (std::vector<int>{0, 1, 2, 3})) << "a negative centre begins at the start of the list";
 }
