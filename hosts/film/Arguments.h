@@ -5,6 +5,7 @@
 #include <string>
 #include <vector>
 
+#include "film/Batch.h"
 #include "film/Commands.h"
 
 namespace film {
@@ -12,9 +13,14 @@ namespace film {
 /// What the options of the command line were given.
 struct Arguments {
   SessionOptions session;
+  std::vector<std::string> clips;  // of the commands that take several, folders too
+  BatchOptions batch;
   std::vector<std::string> settings;  // runs parallel to SettingOptions()
+  std::vector<std::string> presets;   // as given: settings' and the encoder's
   RenderOptions render;
   ExportOptions files;
+  CompareOptions compare;
+  PresetsOptions presetFile;
   std::string progress = "auto", log, truth;
   bool quiet = false, json = false;
   int threads = 0;

@@ -8,10 +8,10 @@
 #include <new>
 
 #include "film/Arguments.h"
+#include "film/GivenOptions.h"
 #include "film/Interrupt.h"
 #include "film/Libav.h"
 #include "film/RunFiles.h"
-#include "film/Settings.h"
 #include "film/Subcommands.h"
 #include "numerics/Log.h"
 #include "numerics/Random.h"
@@ -47,19 +47,28 @@ std::shared_ptr<std::FILE> openLog(const std::string& path) {
 std::vector<std::string> filesOf(const Arguments& arguments) {
   const SessionOptions& session = arguments.session;
   const ExportOptions& files = arguments.files;
-  return {session.clip,     session.clip.empty() ? "" : Session::DocumentPath(session),
-          arguments.log,    arguments.truth,
-          files.motion,     files.rotation,
-          files.confidence, files.events,
-          files.gains,      files.compensation,
-          files.design,     arguments.render.out};
+  return {session.clip,
+          session.clip.empty() ? "" : Session::DocumentPath(session),
+          arguments.log,
+          arguments.truth,
+          files.motion,
+          files.rotation,
+          files.confidence,
+          files.events,
+          files.gains,
+          files.compensation,
+          files.design,
+          arguments.render.out,
+          arguments.presetFile.clip,
+          arguments.presetFile.save};
 }
 
 ExitStatus runCommand(Arguments* arguments) {
   CheckFilesDiffer(filesOf(*arguments));
   const std::shared_ptr<std::FILE> log = openLog(arguments->log);
-  arguments->session.changes = ReadSettings(arguments->settings);
-  arguments->session.progress = styleOf(*arguments);
+  TakeSettings(arguments);
+  arguments->session.progress = arguments->batch.progress = styleOf(*arguments);
+  arguments->batch.threads = arguments->threads;
   arguments->session.threads = arguments->render.encoder.threads = arguments->threads;
   if (arguments->seed) Vorn::SetRandomSeed(*arguments->seed);
   return arguments->run();
@@ -88,13 +97,11 @@ int Main(int argc, const char* const* argv) {
   AddCommands(&app, &arguments);
   try {
     app.parse(argc, argv);
+    CatchInterrupts();
+    RouteLibavMessages();
+    return runCommand(&arguments);
   } catch (const CLI::ParseError& error) {
     return app.exit(error) == 0 ? kDone : kUsage;
-  }
-  CatchInterrupts();
-  RouteLibavMessages();
-  try {
-    return runCommand(&arguments);
   } catch (const Failure& failure) {
     return tell(failure.what(), failure.status);
   } catch (const std::bad_alloc&) {

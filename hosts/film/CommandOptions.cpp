@@ -1,12 +1,16 @@
 #include "film/CommandOptions.h"
 
+#include <algorithm>
+
+#include "film/Interrupt.h"
 #include "film/Settings.h"
 
 namespace film {
 namespace {
 
-constexpr const char* presets[] = {"ultrafast", "superfast", "veryfast", "faster",  "fast",
-                                   "medium",    "slow",      "slower",   "veryslow"};
+// What a run on one clip of several gets in its own way, or not at all.
+constexpr const char* notHandedOn[] = {"CLIP",    "--out",     "--out-dir", "--jobs",  "--progress",
+                                       "--quiet", "--threads", "--log",     "--effect"};
 
 }  // namespace
 
@@ -21,6 +25,10 @@ void AddRunOptions(CLI::App* command, Arguments* arguments) {
 
 void AddClipOptions(CLI::App* command, Arguments* arguments) {
   command->add_option("CLIP", arguments->session.clip, "the video file")->required();
+  AddDocumentOptions(command, arguments);
+}
+
+void AddDocumentOptions(CLI::App* command, Arguments* arguments) {
   command->add_option("--effect", arguments->session.effectPath,
                       "the effect document; CLIP.orvane.json beside the clip unless given");
   AddRunOptions(command, arguments);
@@ -40,18 +48,69 @@ void AddSettingOptions(CLI::App* command, Arguments* arguments) {
   }
 }
 
+void AddPresetOption(CLI::App* command, Arguments* arguments) {
+  command
+      ->add_option("--preset", arguments->presets,
+                   "settings under one name: handheld, tripod, walking, keep-frame or a JSON file (`orvane presets` "
+                   "lists them); where a film is written also how long the encoder tries to make it small: ultrafast "
+                   "to veryslow. May be given once for each. Other setting options win over it")
+      ->type_name("NAME|FILE.json")
+      ->expected(1)
+      ->allow_extra_args(false)
+      ->multi_option_policy(CLI::MultiOptionPolicy::TakeAll);
+}
+
+void AddZoomLimitOption(CLI::App* command, Arguments* arguments) {
+  command
+      ->add_option("--max-zoom", arguments->session.maxZoom,
+                   "lower the smoothing until the zoom is X or less; nothing is measured again")
+      ->type_name("X")
+      ->check(CLI::Range(1.0, 10.0));
+}
+
+void AddSeveralClipsOptions(CLI::App* command, Arguments* arguments) {
+  command
+      ->add_option("CLIP", arguments->clips,
+                   "the video file; or several, and folders, which stand for the video files in them")
+      ->required();
+  command->add_option("-j,--jobs", arguments->batch.jobs, "of several clips, how many at a time; 1 unless given")
+      ->type_name("N")
+      ->check(CLI::Range(1, mostChildren));
+}
+
+void AddSpanOptions(CLI::App* command, Arguments* arguments) {
+  command->add_option("--from", arguments->render.from, "the first frame to write, from 0")->type_name("N");
+  command->add_option("--to", arguments->render.to, "the last frame to write")->type_name("N");
+  command->add_flag("--preview", arguments->render.preview,
+                    "write ten seconds at half the width and height, from the start or from --from");
+}
+
 void AddAnalysisOptions(CLI::App* command, Arguments* arguments) {
   command->add_flag("--again", arguments->session.again, "analyse even if an analysis is stored");
   command->add_option("--seed", arguments->seed, "makes a run with --threads 1 repeat exactly");
 }
 
 void AddRenderOptions(CLI::App* command, Arguments* arguments) {
-  command->add_option("-o,--out", arguments->render.out, "the file to write")->type_name("OUT")->required();
+  command->add_option("-o,--out", arguments->render.out, "the file to write")->type_name("OUT");
   command->add_flag("--force", arguments->render.force, "replace OUT if it exists");
   command->add_option("--crf", arguments->render.encoder.crf, "quality: 0 lossless, 17 looks lossless, 51 worst")
       ->check(CLI::Range(0.0, 51.0));
-  command->add_option("--preset", arguments->render.encoder.preset, "how long the encoder tries to make OUT small")
-      ->check(CLI::IsMember(std::vector<std::string>(std::begin(presets), std::end(presets))));
+  AddPresetOption(command, arguments);
+}
+
+std::vector<std::string> HandedOn(const CLI::App& command) {
+  std::vector<std::string> words;
+  for (const CLI::Option* option : command.get_options()) {
+    const std::string name = option->get_name();
+    if (option->count() == 0 ||
+        std::find(std::begin(notHandedOn), std::end(notHandedOn), name) != std::end(notHandedOn))
+      continue;
+    if (option->get_type_size_max() == 0)
+      words.push_back(name);
+    else
+      for (const std::string& value : option->results()) words.push_back(name + "=" + value);
+  }
+  return words;
 }
 
 }  // namespace film

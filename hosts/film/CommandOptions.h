@@ -1,6 +1,8 @@
 #pragma once
 
 #include <CLI/CLI.hpp>
+#include <string>
+#include <vector>
 
 #include "film/Arguments.h"
 
@@ -9,12 +11,24 @@ namespace film {
 
 /// How a run shows itself, its log and its threads.
 void AddRunOptions(CLI::App* command, Arguments* arguments);
-/// The clip and its document, with the options of a run.
+/// The clip's document, with the options of a run; `AddClipOptions` adds the clip to them.
+void AddDocumentOptions(CLI::App* command, Arguments* arguments);
 void AddClipOptions(CLI::App* command, Arguments* arguments);
 /// The effect's settings.
 void AddSettingOptions(CLI::App* command, Arguments* arguments);
+/// Presets of settings, and for a command that encodes the encoder's too.
+void AddPresetOption(CLI::App* command, Arguments* arguments);
+/// The limit of the zoom.
+void AddZoomLimitOption(CLI::App* command, Arguments* arguments);
+/// One clip, or several and folders, with -j.
+void AddSeveralClipsOptions(CLI::App* command, Arguments* arguments);
 void AddAnalysisOptions(CLI::App* command, Arguments* arguments);
+/// The part of the clip to render.
+void AddSpanOptions(CLI::App* command, Arguments* arguments);
 /// The file to write and its encoder.
 void AddRenderOptions(CLI::App* command, Arguments* arguments);
+
+/// What was given to a command as options that a run on one clip of several gets too.
+std::vector<std::string> HandedOn(const CLI::App& command);
 
 }  // namespace film

@@ -23,8 +23,8 @@ ExitStatus Analyse(const SessionOptions& options) {
   }
   const std::optional<double> rate = session.analyse();
   if (!rate) return Cancelled(KeptAnalysis(session));
-  session.effect().showFirstFrame();
-  PrintSummary(session, options.clip, session.contents().identity.frames, *rate);
+  const std::vector<Warning> warnings = TellWarnings(session);
+  PrintSummary(session, options.clip, session.contents().identity.frames, *rate, warnings);
   return kDone;
 }
 

@@ -14,6 +14,7 @@ struct RenderOptions {
   std::string out;
   bool force = false;  ///< OUT may exist
   std::optional<int> from, to;
+  bool preview = false;  ///< ten seconds at half size
   EncoderOptions encoder;
 };
 
@@ -21,10 +22,28 @@ struct ExportOptions {
   std::string motion, rotation, confidence, events, gains, compensation, design;  ///< files; empty for not wanted
 };
 
+struct CompareOptions {
+  std::string a, b;
+  std::string layout = "side";  ///< or "split" or "difference"
+};
+
+struct PresetsOptions {
+  std::string save;  ///< the file to write; empty to list what there is
+  std::string clip;  ///< whose settings it gets
+  std::string effectPath;
+  bool force = false, json = false;
+};
+
 ExitStatus Analyse(const SessionOptions& options);
 ExitStatus Render(const SessionOptions& options, const RenderOptions& render);
 ExitStatus Stabilise(const SessionOptions& options, const RenderOptions& render);
 ExitStatus Show(const SessionOptions& options, bool json);
+/// Tells what the settings would do; changed ones aren't kept.
+ExitStatus Plan(const SessionOptions& options, bool json);
+/// Writes a film of two clips for comparing them.
+ExitStatus Compare(const CompareOptions& options, const RenderOptions& render, ProgressStyle style);
+/// Lists the built-in presets, or writes a clip's settings as one.
+ExitStatus Presets(const PresetsOptions& options);
 ExitStatus Export(const SessionOptions& options, const ExportOptions& files);
 ExitStatus ShowParameters(bool json);
 ExitStatus Sample(const std::string& out, const std::string& truth, bool force, ProgressStyle progress);

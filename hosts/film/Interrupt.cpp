@@ -12,8 +12,11 @@ namespace film {
 namespace {
 
 std::atomic<int> requests = 0;
+std::atomic<pid_t> children[mostChildren];
 
 void onSignal(int) {
+  for (const std::atomic<pid_t>& child : children)
+    if (const pid_t process = child) kill(process, SIGINT);
   if (requests++ == 0) return;
   RemoveTemporaryFiles();
   _exit(kCancelled);
@@ -33,5 +36,16 @@ void CatchInterrupts() {
 }
 
 bool Interrupted() { return requests > 0; }
+
+void HandInterruptsTo(pid_t process) {
+  for (std::atomic<pid_t>& child : children)
+    if (pid_t none = 0; child.compare_exchange_strong(none, process)) break;
+  if (Interrupted()) kill(process, SIGINT);
+}
+
+void HandNoMoreInterruptsTo(pid_t process) {
+  for (std::atomic<pid_t>& child : children)
+    if (pid_t held = process; child.compare_exchange_strong(held, 0)) break;
+}
 
 }  // namespace film

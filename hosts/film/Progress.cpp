@@ -14,11 +14,6 @@ namespace {
 
 constexpr std::chrono::milliseconds drawInterval{100};
 
-int columnsOf(std::FILE* out) {
-  winsize size{};
-  return ioctl(fileno(out), TIOCGWINSZ, &size) == 0 && size.ws_col > 0 ? size.ws_col : 80;
-}
-
 double secondsLeft(int done, int total, double rate) { return rate > 0 ? (total - done) / rate : 0.0; }
 
 }  // namespace
@@ -71,7 +66,7 @@ void Progress::draw() {
   drawn = true;
   const double perSecond = rate(), left = secondsLeft(frames, total, perSecond);
   if (style == ProgressStyle::Bar) {
-    std::fprintf(out, "\r%s\033[K", BarText(pass, frames, total, perSecond, columnsOf(out) - 1).c_str());
+    std::fprintf(out, "\r%s\033[K", BarText(pass, frames, total, perSecond, TerminalColumns(out) - 1).c_str());
   } else if (style == ProgressStyle::Lines) {
     std::fprintf(out, "%s: frame %d of %d, %.1f frames a second, %s left\n", pass.c_str(), frames, total, perSecond,
                  TimeText(left).c_str());
@@ -117,6 +112,11 @@ std::string Progress::TimeText(double seconds) {
 
 ProgressStyle ProgressStyleFor(std::FILE* out) {
   return isatty(fileno(out)) ? ProgressStyle::Bar : ProgressStyle::Lines;
+}
+
+int TerminalColumns(std::FILE* out) {
+  winsize size{};
+  return ioctl(fileno(out), TIOCGWINSZ, &size) == 0 && size.ws_col > 0 ? size.ws_col : 80;
 }
 
 }  // namespace film

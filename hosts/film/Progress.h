@@ -54,4 +54,7 @@ class Progress {
 /// The style for a stream: a bar on a terminal, lines elsewhere.
 ProgressStyle ProgressStyleFor(std::FILE* out);
 
+/// The width of the terminal behind a stream; 80 where there is none.
+int TerminalColumns(std::FILE* out);
+
 }  // namespace film

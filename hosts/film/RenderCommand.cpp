@@ -1,6 +1,9 @@
+#include <algorithm>
+#include <cmath>
 #include <cstdio>
 
 #include "film/Commands.h"
+#include "film/HalfSize.h"
 #include "film/Interrupt.h"
 #include "film/OutputFile.h"
 #include "film/RunFiles.h"
@@ -9,17 +12,28 @@
 namespace film {
 namespace {
 
+constexpr double previewSeconds = 10.0;
+
 struct Span {
   int first, last;
 };
 
 Span spanOf(const RenderOptions& render, const ClipContents& clip) {
   const int end = clip.identity.frames - 1;
-  const Span span{render.from.value_or(0), render.to.value_or(end)};
+  Span span{render.from.value_or(0), render.to.value_or(end)};
   if (span.first < 0 || span.first > end || span.last < 0 || span.last > end)
     throw Failure(clip.path + ": --from and --to must lie within its frames, 0 to " + std::to_string(end), kUsage);
   if (span.first > span.last) throw Failure("--from must not lie behind --to", kUsage);
+  if (render.preview) {
+    const double frames = std::clamp(previewSeconds * av_q2d(clip.frameRate), 1.0, static_cast<double>(end) + 1);
+    span.last = std::min(span.last, span.first + static_cast<int>(std::lround(frames)) - 1);
+  }
   return span;
+}
+
+/// What the pictures that are written are like.
+ClipContents writtenContents(const RenderOptions& render, const ClipContents& clip) {
+  return render.preview ? HalfSized(clip) : clip;
 }
 
 MovieSpan movieSpan(const Span& span, const ClipContents& clip, std::int64_t firstTime) {
@@ -35,12 +49,19 @@ std::optional<double> renderSpan(Session& session, const RenderOptions& render, 
   Progress progress(session.progressStyle(), ProgressStream(session.progressStyle()), "Rendering",
                     span.last - span.first + 1);
   SharedPicture picture = session.effect().render(span.first);
-  MovieWriter movie(render.out, session.contents(), movieSpan(span, session.contents(), picture->time), render.encoder);
+  const ClipContents written = writtenContents(render, session.contents());
+  MovieWriter movie(render.out, written, movieSpan(span, written, picture->time), render.encoder);
+  PicturePool smaller(written.format.width, written.format.height);
   for (const std::string& note : movie.notes())
     std::fprintf(stderr, "orvane: %s: %s\n", render.out.c_str(), note.c_str());
   for (int number = span.first; number <= span.last; ++number) {
     if (Interrupted()) return std::nullopt;
     if (!picture) picture = session.effect().render(number);
+    if (render.preview) {
+      SharedPicture half = smaller.take();
+      Halve(*picture, half.get());
+      picture = std::move(half);
+    }
     movie.write(std::move(picture));
     picture = nullptr;
     progress.update(number - span.first + 1);
@@ -50,10 +71,11 @@ std::optional<double> renderSpan(Session& session, const RenderOptions& render, 
   return progress.rate();
 }
 
-ExitStatus renderAndTell(Session& session, const RenderOptions& render, const Span& span) {
+ExitStatus renderAndTell(Session& session, const RenderOptions& render, const Span& span,
+                         const std::vector<Warning>& warnings) {
   const std::optional<double> rate = renderSpan(session, render, span);
   if (!rate) return Cancelled("nothing was written to " + render.out);
-  PrintSummary(session, render.out, span.last - span.first + 1, *rate);
+  PrintSummary(session, render.out, span.last - span.first + 1, *rate, warnings);
   return kDone;
 }
 
@@ -71,7 +93,8 @@ ExitStatus Render(const SessionOptions& options, const RenderOptions& render) {
                  "orvane: %s: only part of it is analysed, the rest is rendered as it is; `orvane analyse` on it "
                  "analyses all\n",
                  options.clip.c_str());
-  return renderAndTell(session, render, span);
+  session.limitZoom();
+  return renderAndTell(session, render, span, {});
 }
 
 ExitStatus Stabilise(const SessionOptions& options, const RenderOptions& render) {
@@ -82,11 +105,16 @@ ExitStatus Stabilise(const SessionOptions& options, const RenderOptions& render)
   if (session.needsAnalysis()) {
     session.checkDocumentCanBeWritten();
     // What couldn't be encoded is told now and not after the analysis.
-    const MovieWriter trialMovie(render.out, session.contents(), MovieSpan{}, render.encoder);
+    const MovieWriter trialMovie(render.out, writtenContents(render, session.contents()), MovieSpan{}, render.encoder);
   }
   session.applySettings();
-  if (session.needsAnalysis() && !session.analyse()) return Cancelled(KeptAnalysis(session));
-  return renderAndTell(session, render, span);
+  std::vector<Warning> warnings;
+  if (session.needsAnalysis()) {
+    if (!session.analyse()) return Cancelled(KeptAnalysis(session));
+    warnings = TellWarnings(session);
+  }
+  session.limitZoom();
+  return renderAndTell(session, render, span, warnings);
 }
 
 }  // namespace film

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstdio>
 
+#include "film/Warnings.h"
 #include "planning/MotionProcessorFCPX.h"
 #include "plugin/SerialisedMotion.h"
 
@@ -45,13 +46,13 @@ struct Ratios {
   double x = 1, y = 1;
 };
 
-/// Frame size over border size; the plan is in pixels of the analysed frame, which here is the clip's.
-Ratios borderRatios(const Effect& effect, const ClipContents& contents) {
+/// Frame size over border size.
+Ratios borderRatios(const Effect& effect) {
   const MotionProcessorFCPX* planner = effect.plugIn().ObjC_MP.get();
   if (!planner) return {};
   const Vorn::Rectangle& border = *planner->border();
-  return {ratio(contents.format.width, border.brx - border.tlx + 1),
-          ratio(contents.format.height, border.bry - border.tly + 1)};
+  return {ratio(planner->analysedWidth, border.brx - border.tlx + 1),
+          ratio(planner->analysedHeight, border.bry - border.tly + 1)};
 }
 
 Json describeSettings(const ParameterStore& parameters) {
@@ -59,10 +60,7 @@ Json describeSettings(const ParameterStore& parameters) {
   for (const SettingOption& option : SettingOptions()) {
     const Parameter* parameter = parameters.find(option.id);
     if (!parameter) continue;
-    if (option.words.empty())
-      settings[option.name] = option.whole ? Json(static_cast<int>(parameter->value)) : Json(parameter->value);
-    else
-      settings[option.name] = SettingText(option, parameter->value);
+    settings[option.name] = SettingJson(option, parameter->value);
   }
   return settings;
 }
@@ -73,7 +71,7 @@ void describePlan(Session& session, Json* description) {
   (*description)["events"] = {{"horizontal", describeEvents(*planner.eventsX())},
                               {"vertical", describeEvents(*planner.eventsY())}};
   const Vorn::Rectangle& border = *planner.border();
-  const Ratios ratios = borderRatios(effect, session.contents());
+  const Ratios ratios = borderRatios(effect);
   (*description)["border"] = {{"left", border.tlx},          {"top", border.tly},
                               {"right", border.brx},         {"bottom", border.bry},
                               {"found", planner.goodCrop()}, {"zoomToFill", std::max(ratios.x, ratios.y)}};
@@ -111,12 +109,26 @@ std::string rounded(double value) {
   return text;
 }
 
+std::string textOfLoss(const Json& plan) {
+  char text[200];
+  const double cut = plan["cutPercent"], empty = plan["emptyPercent"], emptiest = plan["emptiestPercent"];
+  std::snprintf(text, sizeof text, "zoom:                     %.3f\nframe lost:               %.1f %%\n",
+                plan["zoom"].get<double>(), cut);
+  std::string all = text;
+  if (empty < emptiest)
+    std::snprintf(text, sizeof text, "empty borders:            %.1f %% of the frame on average, %.1f %% at most\n",
+                  empty, emptiest);
+  else
+    std::snprintf(text, sizeof text, "empty borders:            %.1f %% of the frame\n", empty);
+  return all + text;
+}
+
 }  // namespace
 
-double ZoomOf(Effect& effect, const ClipContents& contents) {
+double ZoomOf(Effect& effect) {
   const auto value = [&](unsigned id) { return effect.parameters().find(id)->value; };
   if (value(kRenderingType) != 2) return 1.0;
-  const Ratios ratios = borderRatios(effect, contents);
+  const Ratios ratios = borderRatios(effect);
   if (value(kZoomType) == 2) return value(kVariableZoomAmount);
   return value(kZoomType) == 1 ? std::min(ratios.x, ratios.y) : std::max(ratios.x, ratios.y);
 }
@@ -152,6 +164,7 @@ Json DescribeEffect(Session& session) {
     description["lowConfidence"] = lowConfidenceFrames(*motion->getConfidence());
   }
   description["settings"] = describeSettings(effect.parameters());
+  description["warnings"] = DescribeWarnings(FindWarnings(session));
   return description;
 }
 
@@ -173,10 +186,13 @@ std::string TextOf(const Json& description) {
   } else {
     text += "analysed frames:          none; run `orvane analyse` on the clip\n";
   }
+  if (description.contains("plan")) text += textOfLoss(description["plan"]);
   text += "settings:                ";
   for (const auto& [name, value] : description["settings"].items())
     text += " --" + name + " " + (value.is_string() ? value.get<std::string>() : value.dump());
-  return text + "\n";
+  text += "\n";
+  for (const Json& warning : description["warnings"]) text += "warning: " + warning["text"].get<std::string>() + "\n";
+  return text;
 }
 
 }  // namespace film

@@ -11,7 +11,7 @@ namespace film {
 
 /// How much the picture is enlarged with the settings in hand; 1 in modes that don't zoom. The effect has shown a
 /// frame.
-double ZoomOf(Effect& effect, const ClipContents& contents);
+double ZoomOf(Effect& effect);
 
 /// "2 holds, 1 move" of both axes, or "none".
 std::string EventText(const Effect& effect);

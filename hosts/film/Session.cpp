@@ -7,7 +7,9 @@
 #include "film/Failure.h"
 #include "film/Interrupt.h"
 #include "film/OutputFile.h"
+#include "film/ZoomLimit.h"
 #include "numerics/Parallel.h"
+#include "rendering/OutputRenderer.h"
 
 namespace film {
 namespace {
@@ -98,9 +100,37 @@ void Session::applySettings() {
   if (current->parameters().numbers() != before) save();
 }
 
+void Session::trySettings() {
+  current->change(options.changes);
+  findSmoothing();
+}
+
+void Session::limitZoom() {
+  if (!options.maxZoom) return;
+  const nlohmann::json before = current->parameters().numbers();
+  findSmoothing();
+  if (current->parameters().numbers() != before) save();
+}
+
+void Session::findSmoothing() {
+  if (!options.maxZoom) return;
+  // With less smoothing there may be a crop after all.
+  if (fellBack) current->change({{kRenderingType, RenderZoom}});
+  try {
+    const ZoomLimit limit = LimitZoom(*current, options.clip, *options.maxZoom);
+    if (options.progress != ProgressStyle::None && options.progress != ProgressStyle::Json)
+      std::fprintf(stderr, "orvane: %s: %s\n", options.clip.c_str(), TextOf(limit).c_str());
+  } catch (const Failure&) {
+    if (fellBack) current->change({{kRenderingType, RenderNatural}});
+    throw;
+  }
+}
+
 std::optional<double> Session::analyse() {
   Progress progress(options.progress, options.progress == ProgressStyle::Json ? stdout : stderr, "Analysing",
                     contents().identity.frames);
+  const auto rendering = [this] { return static_cast<int>(current->parameters().find(kRenderingType)->value); };
+  const int wanted = rendering();
   bool whole = false;
   try {
     whole = current->analyse([&](int frames) { progress.update(frames); }, Interrupted);
@@ -109,6 +139,7 @@ std::optional<double> Session::analyse() {
     throw;
   }
   progress.finish();
+  fellBack = wanted == RenderZoom && rendering() == RenderNatural;
   save();
   openAnew();
   options.again = false;

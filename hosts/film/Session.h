@@ -19,6 +19,7 @@ struct SessionOptions {
   std::string clip;
   std::string effectPath;  ///< empty for the one beside the clip
   std::vector<SettingChange> changes;
+  std::optional<double> maxZoom;  ///< lower the smoothing until the zoom is no more than this
   bool again = false;
   int threads = 0;  ///< 0 for as many as there are processors
   ProgressStyle progress = ProgressStyle::None;
@@ -47,6 +48,12 @@ class Session {
   /// Applies the changes of settings and saves the document if that changed anything.
   void applySettings();
 
+  /// Applies them for as long as this run lasts, the limit of the zoom too.
+  void trySettings();
+
+  /// Keeps to the limit of the zoom, if there is one, and saves the smoothing that it takes. After an analysis.
+  void limitZoom();
+
   /// Analyses the clip and saves the document, of a cancelled pass too. The frames a second, or nothing when it was
   /// cancelled. The effect is then as after opening the document anew, so that a later run renders the same frames.
   std::optional<double> analyse();
@@ -59,6 +66,7 @@ class Session {
   void openAnew();
   void save() const;
   void keepIndex() const;
+  void findSmoothing();
   void applyThreads() const;
 
   SessionOptions options;
@@ -66,6 +74,7 @@ class Session {
   TerminalPlatform platform;
   std::unique_ptr<FrameSource> source;
   std::unique_ptr<Effect> current;
+  bool fellBack = false;  // the analysis turned Zoom into Natural, for want of a crop
 };
 
 }  // namespace film

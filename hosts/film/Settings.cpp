@@ -26,38 +26,14 @@ std::string join(const std::vector<std::string>& parts) {
 }
 
 [[noreturn]] void refuse(const SettingOption& option, const std::string& text) {
-  const std::string choice = option.words.empty()
-                                 ? "a " + std::string(option.whole ? "whole " : "") + "number from " +
-                                       SettingText(option, option.least) + " to " + SettingText(option, option.most)
-                                 : "one of " + join(option.words);
-  throw Failure("--" + std::string(option.name) + " " + text + ": not a value that it has; give " + choice, kUsage);
-}
-
-double valueOf(const SettingOption& option, const std::string& text) {
-  for (size_t i = 0; i < option.words.size(); ++i)
-    if (text == option.words[i]) return static_cast<double>(i);
-  if (!option.words.empty()) refuse(option, text);
-  double value = 0;
-  const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), value);
-  const bool isNumber = error == std::errc() && end == text.data() + text.size();
-  if (!isNumber || !(value >= option.least && value <= option.most) || (option.whole && value != std::trunc(value)))
-    refuse(option, text);
-  return value;
+  throw Failure("--" + std::string(option.name) + " " + text + ": not a value that it has; give " + ChoiceText(option),
+                kUsage);
 }
 
 const double* find(const std::vector<SettingChange>& changes, unsigned id) {
   for (const SettingChange& change : changes)
     if (change.id == id) return &change.value;
   return nullptr;
-}
-
-void checkContradictions(const std::vector<SettingChange>& changes) {
-  const double *centre = find(changes, kCropCentre), *equal = find(changes, kCropEqual),
-               *aspect = find(changes, kCropAspect), *type = find(changes, kZoomType);
-  if (equal && *equal != 0 && ((centre && *centre != 0) || (aspect && *aspect != 0)))
-    throw Failure("--crop-equal on can't go with --crop-centre on or --crop-aspect on; choose one", kUsage);
-  if (find(changes, kVariableZoomAmount) && type && *type != 2)
-    throw Failure("--zoom-amount needs --zoom-type variable; leave one of the two away", kUsage);
 }
 
 }  // namespace
@@ -83,12 +59,39 @@ const std::vector<SettingOption>& SettingOptions() {
   return options;
 }
 
+std::string ChoiceText(const SettingOption& option) {
+  if (!option.words.empty()) return "one of " + join(option.words);
+  return "a " + std::string(option.whole ? "whole " : "") + "number from " + SettingText(option, option.least) +
+         " to " + SettingText(option, option.most);
+}
+
+double ReadSetting(const SettingOption& option, const std::string& text) {
+  for (size_t i = 0; i < option.words.size(); ++i)
+    if (text == option.words[i]) return static_cast<double>(i);
+  if (!option.words.empty()) refuse(option, text);
+  double value = 0;
+  const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), value);
+  const bool isNumber = error == std::errc() && end == text.data() + text.size();
+  if (!isNumber || !(value >= option.least && value <= option.most) || (option.whole && value != std::trunc(value)))
+    refuse(option, text);
+  return value;
+}
+
+void CheckContradictions(const std::vector<SettingChange>& changes) {
+  const double *centre = find(changes, kCropCentre), *equal = find(changes, kCropEqual),
+               *aspect = find(changes, kCropAspect), *type = find(changes, kZoomType);
+  if (equal && *equal != 0 && ((centre && *centre != 0) || (aspect && *aspect != 0)))
+    throw Failure("--crop-equal on can't go with --crop-centre on or --crop-aspect on; choose one", kUsage);
+  if (find(changes, kVariableZoomAmount) && type && *type != 2)
+    throw Failure("--zoom-amount needs --zoom-type variable; leave one of the two away", kUsage);
+}
+
 std::vector<SettingChange> ReadSettings(const std::vector<std::string>& texts) {
   std::vector<SettingChange> changes;
   const std::vector<SettingOption>& options = SettingOptions();
   for (size_t i = 0; i < options.size() && i < texts.size(); ++i)
-    if (!texts[i].empty()) changes.push_back({options[i].id, valueOf(options[i], texts[i])});
-  checkContradictions(changes);
+    if (!texts[i].empty()) changes.push_back({options[i].id, ReadSetting(options[i], texts[i])});
+  CheckContradictions(changes);
   return changes;
 }
 
@@ -99,6 +102,12 @@ std::string SettingText(const SettingOption& option, double value) {
   char text[32];
   std::snprintf(text, sizeof text, "%.2f", value);
   return text;
+}
+
+nlohmann::ordered_json SettingJson(const SettingOption& option, double value) {
+  if (!option.words.empty()) return SettingText(option, value);
+  if (option.whole) return std::lround(value);
+  return value;
 }
 
 }  // namespace film

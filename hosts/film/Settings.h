@@ -1,5 +1,6 @@
 #pragma once
 
+#include <nlohmann/json.hpp>
 #include <string>
 #include <vector>
 
@@ -29,7 +30,18 @@ struct SettingChange {
 /// other.
 std::vector<SettingChange> ReadSettings(const std::vector<std::string>& texts);
 
+/// The value that a text means. Fails with the status for wrong usage on one that the option hasn't.
+double ReadSetting(const SettingOption& option, const std::string& text);
+
+/// What may be given: "one of off, on".
+std::string ChoiceText(const SettingOption& option);
+
+/// Fails with the status for wrong usage on settings that exclude each other.
+void CheckContradictions(const std::vector<SettingChange>& changes);
+
 /// The word, or the number, for a value.
 std::string SettingText(const SettingOption& option, double value);
+/// The same for programs.
+nlohmann::ordered_json SettingJson(const SettingOption& option, double value);
 
 }  // namespace film

@@ -1,39 +1,116 @@
 #include "film/Subcommands.h"
 
+#include <functional>
 #include <tuple>
 
 #include "film/CommandOptions.h"
+#include "film/GivenOptions.h"
 
 namespace film {
 namespace {
 
+void addOutFolder(CLI::App* command, Arguments* arguments) {
+  command
+      ->add_option("-O,--out-dir", arguments->batch.outFolder,
+                   "the folder for the films of several clips, each named like its clip; made unless it is there")
+      ->type_name("DIR")
+      ->excludes("--out");
+}
+
+/// Has the command run on one clip here, or on several in turn. `one` is what it does.
+void runOnEach(CLI::App* command, Arguments* arguments, bool writesFilms, std::function<ExitStatus()> one) {
+  command->callback([=] {
+    arguments->batch.command = command->get_name();
+    arguments->batch.arguments = HandedOn(*command);
+    TakeClips(arguments, writesFilms);
+    arguments->run = arguments->batch.clips.empty() ? one : [=] { return RunBatch(arguments->batch); };
+  });
+}
+
 void addStabilise(CLI::App* app, Arguments* arguments) {
-  CLI::App* command = app->add_subcommand("stabilise", "analyse a clip unless that was done, and write the steady one");
+  CLI::App* command = app->add_subcommand(
+      "stabilise", "analyse a clip unless that was done, and write the steady one; with -O, several clips");
   command->alias("stabilize");
-  AddClipOptions(command, arguments);
+  AddSeveralClipsOptions(command, arguments);
+  AddDocumentOptions(command, arguments);
   AddRenderOptions(command, arguments);
+  addOutFolder(command, arguments);
+  AddSpanOptions(command, arguments);
+  AddZoomLimitOption(command, arguments);
   AddAnalysisOptions(command, arguments);
   AddSettingOptions(command, arguments);
-  command->callback([arguments] { arguments->run = [=] { return Stabilise(arguments->session, arguments->render); }; });
+  runOnEach(command, arguments, true, [=] { return Stabilise(arguments->session, arguments->render); });
 }
 
 void addAnalyse(CLI::App* app, Arguments* arguments) {
-  CLI::App* command = app->add_subcommand("analyse", "measure a clip's camera motion and keep it");
+  CLI::App* command = app->add_subcommand("analyse", "measure the camera motion of a clip, or of several, and keep it");
   command->alias("analyze");
-  AddClipOptions(command, arguments);
+  AddSeveralClipsOptions(command, arguments);
+  AddDocumentOptions(command, arguments);
+  AddPresetOption(command, arguments);
   AddAnalysisOptions(command, arguments);
   AddSettingOptions(command, arguments);
-  command->callback([arguments] { arguments->run = [=] { return Analyse(arguments->session); }; });
+  runOnEach(command, arguments, false, [=] { return Analyse(arguments->session); });
 }
 
 void addRender(CLI::App* app, Arguments* arguments) {
-  CLI::App* command = app->add_subcommand("render", "write the steady clip from what is stored");
-  AddClipOptions(command, arguments);
+  CLI::App* command =
+      app->add_subcommand("render", "write the steady clip from what is stored; with -O, several clips");
+  AddSeveralClipsOptions(command, arguments);
+  AddDocumentOptions(command, arguments);
   AddRenderOptions(command, arguments);
-  command->add_option("--from", arguments->render.from, "the first frame, from 0")->type_name("N");
-  command->add_option("--to", arguments->render.to, "the last frame")->type_name("N");
+  addOutFolder(command, arguments);
+  AddSpanOptions(command, arguments);
+  AddZoomLimitOption(command, arguments);
   AddSettingOptions(command, arguments);
-  command->callback([arguments] { arguments->run = [=] { return Render(arguments->session, arguments->render); }; });
+  runOnEach(command, arguments, true, [=] { return Render(arguments->session, arguments->render); });
+}
+
+void addPlan(CLI::App* app, Arguments* arguments) {
+  CLI::App* command = app->add_subcommand(
+      "plan",
+      "tell what the settings will do, without rendering: holds and moves, zoom, crop, how much of the frame is lost. "
+      "Analyses first unless that was done. Settings that are given here are tried and not kept");
+  AddClipOptions(command, arguments);
+  command->add_flag("--json", arguments->json, "for programs");
+  AddPresetOption(command, arguments);
+  AddZoomLimitOption(command, arguments);
+  AddAnalysisOptions(command, arguments);
+  AddSettingOptions(command, arguments);
+  command->callback([arguments] { arguments->run = [=] { return Plan(arguments->session, arguments->json); }; });
+}
+
+void addCompare(CLI::App* app, Arguments* arguments) {
+  CLI::App* command = app->add_subcommand(
+      "compare", "write a film that shows two clips of one size and length together, with A's sound");
+  command->add_option("A", arguments->compare.a, "the one clip, such as the shaky one")->required();
+  command->add_option("B", arguments->compare.b, "the other, such as the steady one")->required();
+  AddRenderOptions(command, arguments);
+  command->get_option("--out")->required();
+  command
+      ->add_option("--layout", arguments->compare.layout,
+                   "side: side by side; split: the left half of A, the right half of B; difference: four times how far "
+                   "they differ, black where they are alike; side unless given")
+      ->type_name("side|split|difference")
+      ->check(CLI::IsMember({"side", "split", "difference"}));
+  AddRunOptions(command, arguments);
+  command->callback([arguments] {
+    arguments->run = [=] { return Compare(arguments->compare, arguments->render, arguments->session.progress); };
+  });
+}
+
+void addPresets(CLI::App* app, Arguments* arguments) {
+  CLI::App* command = app->add_subcommand(
+      "presets", "list the built-in presets with what they set, or write the settings stored for a clip as one");
+  PresetsOptions& options = arguments->presetFile;
+  command->add_flag("--json", options.json, "for programs");
+  CLI::Option* save = command->add_option("--save", options.save, "write CLIP's settings to this file, for --preset")
+                          ->type_name("FILE.json");
+  CLI::Option* clip = command->add_option("CLIP", options.clip, "the clip whose settings --save writes")->needs(save);
+  save->needs(clip);
+  command->add_option("--effect", options.effectPath, "the effect document of CLIP, if it lies elsewhere")->needs(save);
+  command->add_flag("--force", options.force, "replace FILE.json if it exists")->needs(save);
+  command->callback([arguments] { arguments->run = [=] { return Presets(arguments->presetFile); }; });
 }
 
 void addShow(CLI::App* app, Arguments* arguments) {
@@ -86,7 +163,10 @@ void AddCommands(CLI::App* app, Arguments* arguments) {
   addStabilise(app, arguments);
   addAnalyse(app, arguments);
   addRender(app, arguments);
+  addPlan(app, arguments);
   addShow(app, arguments);
+  addCompare(app, arguments);
+  addPresets(app, arguments);
   addExport(app, arguments);
   addParameters(app, arguments);
   addSample(app, arguments);

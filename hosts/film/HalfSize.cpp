@@ -1,0 +1,38 @@
+#include "film/HalfSize.h"
+
+#include <algorithm>
+
+namespace film {
+namespace {
+
+int halfOf(int size) { return std::max(2, size / 4 * 2); }
+
+}  // namespace
+
+ClipContents HalfSized(const ClipContents& contents) {
+  ClipContents half = contents;
+  half.format.width = halfOf(contents.format.width);
+  half.format.height = halfOf(contents.format.height);
+  half.planes = PlaneFormatOf(half.format).value_or(contents.planes);
+  return half;
+}
+
+void Halve(const FloatPicture& whole, FloatPicture* half) {
+  const auto row = [&](int y) {
+    return whole.samples.data() + 4 * static_cast<size_t>(whole.width) * std::min(y, whole.height - 1);
+  };
+  for (int y = 0; y < half->height; ++y) {
+    const float *upper = row(2 * y), *lower = row(2 * y + 1);
+    float* target = half->samples.data() + 4 * static_cast<size_t>(half->width) * y;
+    for (int x = 0; x < half->width; ++x) {
+      const int left = 4 * std::min(2 * x, whole.width - 1), right = 4 * std::min(2 * x + 1, whole.width - 1);
+      for (int c = 0; c < 4; ++c)
+        target[4 * x + c] = 0.25f * ((upper[left + c] + upper[right + c]) + (lower[left + c] + lower[right + c]));
+    }
+  }
+  half->number = whole.number;
+  half->time = whole.time;
+  half->duration = whole.duration;
+}
+
+}  // namespace film

@@ -1,0 +1,37 @@
+#pragma once
+
+#include <cstdint>
+#include <nlohmann/json.hpp>
+#include <string>
+#include <vector>
+
+#include "film/Session.h"
+
+// What the user should know of a clip and of what the analysis made of it.
+namespace film {
+
+/// One thing to know. `frames` counts what it is about; `places` are the frames themselves or where they lie.
+struct Warning {
+  std::string kind;  ///< for programs: "cuts"
+  int count = 0;
+  std::vector<int> places;
+  std::string text;  ///< one line with what to do
+};
+
+/// Stretches of frames without usable motion, from the confidences of frames 0, 1, ...: cuts, where one or two such
+/// frames lie between good ones, and longer ones; or that there is hardly any motion to be found at all.
+std::vector<Warning> MotionWarnings(const std::vector<float>& confidences);
+
+/// Frames that repeat the picture before them. `repeated`: their numbers, of a clip of `frames`.
+std::vector<Warning> RepeatWarnings(const std::vector<int>& repeated, int frames);
+
+/// Gaps in the presentation times of all frames that are whole frames long by the pace around them.
+std::vector<Warning> GapWarnings(const std::vector<std::int64_t>& times);
+
+/// All of a session's clip, once it is analysed and its effect has shown a frame.
+std::vector<Warning> FindWarnings(Session& session);
+
+/// For programs: a list of objects with "kind", "count", "frames" and "text".
+nlohmann::ordered_json DescribeWarnings(const std::vector<Warning>& warnings);
+
+}  // namespace film
