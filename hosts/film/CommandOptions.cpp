@@ -31,6 +31,8 @@ void AddClipOptions(CLI::App* command, Arguments* arguments) {
 void AddDocumentOptions(CLI::App* command, Arguments* arguments) {
   command->add_option("--effect", arguments->session.effectPath,
                       "the effect document; CLIP.orvane.json beside the clip unless given");
+  command->add_flag("--until-change", arguments->session.untilChange,
+                    "use a clip whose size or pixel format changes up to there");
   AddRunOptions(command, arguments);
 }
 

@@ -53,6 +53,7 @@ void Session::openDocument() {
   std::optional<EffectDocument> document = loadDocument(effectPath, options.again);
   ScanOptions scan{options.threads};
   if (document) scan.known = document->index();
+  scan.upToChange = options.untilChange;
   scan.progress = [](int) { return !Interrupted(); };
   ClipContents contents = ScanClip(options.clip, scan);
   if (!contents.warning.empty()) std::fprintf(stderr, "orvane: %s\n", contents.warning.c_str());

@@ -21,7 +21,8 @@ struct SessionOptions {
   std::vector<SettingChange> changes;
   std::optional<double> maxZoom;  ///< lower the smoothing until the zoom is no more than this
   bool again = false;
-  int threads = 0;  ///< 0 for as many as there are processors
+  bool untilChange = false;  ///< a clip whose size or pixel format changes is used up to there
+  int threads = 0;           ///< 0 for as many as there are processors
   ProgressStyle progress = ProgressStyle::None;
 };
 

@@ -14,6 +14,9 @@ constexpr float usable = 0.1f;     // what the planner takes for broken is not a
 constexpr int longestCut = 2;      // frames without motion where the picture changes at once
 constexpr int shortestShot = 3;    // good frames on either side of a cut
 constexpr double hardlyAny = 0.8;  // of all frames without motion
+constexpr double leastGap = 1.75;  // of the pace; less may be a clock that isn't exact
+constexpr double atRest = 0.1;     // pixels; what is measured between two codings of one picture stays below
+constexpr double onTheMove = 0.4;  // pixels from frame to frame
 constexpr int paceFrames = 4;      // steps to either side that tell a frame's pace
 
 struct Stretch {
@@ -86,11 +89,11 @@ Warning lowConfidenceWarning(const std::vector<Stretch>& stretches) {
 }
 
 /// The middle one of the steps between frames around step `i`.
-double paceAround(const std::vector<std::int64_t>& times, size_t i) {
+double paceAround(const std::vector<IndexedFrame>& frames, size_t i) {
   std::vector<std::int64_t> steps;
-  const size_t first = i > paceFrames ? i - paceFrames : 1, last = std::min(i + paceFrames, times.size() - 1);
+  const size_t first = i > paceFrames ? i - paceFrames : 1, last = std::min(i + paceFrames, frames.size() - 1);
   for (size_t j = first; j <= last; ++j)
-    if (j != i) steps.push_back(times[j] - times[j - 1]);
+    if (j != i) steps.push_back(frames[j].time - frames[j - 1].time);
   if (steps.empty()) return 0;
   const auto middle = steps.begin() + static_cast<std::ptrdiff_t>(steps.size() / 2);
   std::nth_element(steps.begin(), middle, steps.end());
@@ -109,6 +112,30 @@ std::vector<float> confidencesOf(const Session& session, const MotionConfidenceS
     confidence = std::min(confidence, set.confidence[i]);
   }
   return confidences;
+}
+
+/// How far the picture moved to each frame, in pixels: the most of four points half-way to the corners, where the fit
+/// is firmer than at these. Negative without usable motion; empty for an analysis by fields.
+std::vector<double> stepsOf(const Session& session, const SerialisedMotion& stored,
+                            const std::vector<float>& confidences) {
+  const Vorn::HomographySet& motion = *stored.getMotion();
+  const int frames = session.contents().identity.frames;
+  if (motion.end >= frames) return {};
+  const double x = session.contents().format.width / 4.0, y = session.contents().format.height / 4.0;
+  std::vector<double> steps(static_cast<size_t>(frames), -1.0);
+  for (int frame = 1; frame < frames; ++frame) {
+    const Vorn::Matrix* h = nullptr;
+    if (!motion.Get(frame, h) || confidences[static_cast<size_t>(frame)] <= usable) continue;
+    double farthest = 0;
+    for (const double cx : {-x, x})
+      for (const double cy : {-y, y}) {
+        const double w = (*h)(2, 0) * cx + (*h)(2, 1) * cy + (*h)(2, 2);
+        farthest = std::max(farthest, std::hypot(((*h)(0, 0) * cx + (*h)(0, 1) * cy + (*h)(0, 2)) / w - cx,
+                                                 ((*h)(1, 0) * cx + (*h)(1, 1) * cy + (*h)(1, 2)) / w - cy));
+      }
+    steps[static_cast<size_t>(frame)] = farthest;
+  }
+  return steps;
 }
 
 std::vector<Warning> cropWarnings(Session& session) {
@@ -154,6 +181,22 @@ std::vector<Warning> MotionWarnings(const std::vector<float>& confidences) {
   return warnings;
 }
 
+std::vector<int> RepeatedFrames(const std::vector<IndexedFrame>& frames, const std::vector<double>& steps) {
+  const auto moves = [&](size_t first, size_t last) {
+    for (size_t i = first; i <= std::min(last, steps.size() - 1); ++i)
+      if (steps[i] > onTheMove) return true;
+    return false;
+  };
+  std::vector<int> repeated;
+  for (size_t i = 1; i < frames.size(); ++i) {
+    const bool same = frames[i].check == frames[i - 1].check;
+    const bool rests = i < steps.size() && steps[i] >= 0 && steps[i] < atRest && moves(i > 2 ? i - 2 : 0, i - 1) &&
+                       moves(i + 1, i + 2);
+    if (same || rests) repeated.push_back(static_cast<int>(i));
+  }
+  return repeated;
+}
+
 std::vector<Warning> RepeatWarnings(const std::vector<int>& repeated, int frames) {
   const int count = static_cast<int>(repeated.size());
   if (count == 0 || count >= frames - 1) return {};  // a still picture is meant to stand
@@ -163,12 +206,12 @@ std::vector<Warning> RepeatWarnings(const std::vector<int>& repeated, int frames
                "), so that the motion stops there; use the camera's own file, or take the repeats out first"}};
 }
 
-std::vector<Warning> GapWarnings(const std::vector<std::int64_t>& times) {
+std::vector<Warning> GapWarnings(const std::vector<IndexedFrame>& frames) {
   int missing = 0;
   std::vector<int> places;
-  for (size_t i = 1; i < times.size(); ++i) {
-    const double pace = paceAround(times, i), step = static_cast<double>(times[i] - times[i - 1]);
-    if (!(pace > 0) || step < 1.75 * pace) continue;
+  for (size_t i = 1; i < frames.size(); ++i) {
+    const double pace = paceAround(frames, i), step = static_cast<double>(frames[i].time - frames[i - 1].time);
+    if (!(pace > 0) || step < leastGap * pace) continue;
     missing += static_cast<int>(std::min(1e6, std::round(step / pace))) - 1;
     places.push_back(static_cast<int>(i));
   }
@@ -185,8 +228,18 @@ std::vector<Warning> FindWarnings(Session& session) {
   std::vector<Warning> all;
   const auto* motion =
       dynamic_cast<const SerialisedMotion*>(session.effect().parameters().find(kMotionStorage)->custom.get());
-  if (session.effect().holdsAnalysis() && motion) {
-    append(&all, MotionWarnings(confidencesOf(session, *motion->getConfidence())));
+  const bool analysed = session.effect().holdsAnalysis() && motion;
+  const std::vector<IndexedFrame>& frames = session.contents().index->frames;
+  std::vector<float> confidences;
+  std::vector<double> steps;
+  if (analysed) {
+    confidences = confidencesOf(session, *motion->getConfidence());
+    steps = stepsOf(session, *motion, confidences);
+  }
+  append(&all, RepeatWarnings(RepeatedFrames(frames, steps), static_cast<int>(frames.size())));
+  append(&all, GapWarnings(frames));
+  if (analysed) {
+    append(&all, MotionWarnings(confidences));
     append(&all, cropWarnings(session));
   }
   for (Warning& warning : all) warning.text.insert(0, session.contents().path + ": ");

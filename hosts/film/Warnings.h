@@ -1,6 +1,5 @@
 #pragma once
 
-#include <cstdint>
 #include <nlohmann/json.hpp>
 #include <string>
 #include <vector>
@@ -22,11 +21,16 @@ struct Warning {
 /// frames lie between good ones, and longer ones; or that there is hardly any motion to be found at all.
 std::vector<Warning> MotionWarnings(const std::vector<float>& confidences);
 
-/// Frames that repeat the picture before them. `repeated`: their numbers, of a clip of `frames`.
+/// The frames that show the picture before them again: with the same samples, or coded anew, where the camera moves on
+/// before and after but hasn't moved at all in between. `steps`: how far the picture moved to each frame, in pixels;
+/// negative where that isn't known.
+std::vector<int> RepeatedFrames(const std::vector<IndexedFrame>& frames, const std::vector<double>& steps);
+
+/// What there is to tell of them, of a clip of `frames`.
 std::vector<Warning> RepeatWarnings(const std::vector<int>& repeated, int frames);
 
-/// Gaps in the presentation times of all frames that are whole frames long by the pace around them.
-std::vector<Warning> GapWarnings(const std::vector<std::int64_t>& times);
+/// Gaps in the presentation times that are whole frames long by the pace around them.
+std::vector<Warning> GapWarnings(const std::vector<IndexedFrame>& frames);
 
 /// All of a session's clip, once it is analysed and its effect has shown a frame.
 std::vector<Warning> FindWarnings(Session& session);
