@@ -26,10 +26,52 @@ void writeRow(const float* values, int width, float scale, float offset, float l
     ValuesToCodes(values, width, scale, offset, largest, start);
 }
 
+float* rowOf(float* argb, int row, std::ptrdiff_t rowBytes) {
+  return reinterpret_cast<float*>(reinterpret_cast<char*>(argb) + row * rowBytes);
+}
+
+const float* rowOf(const float* argb, int row, std::ptrdiff_t rowBytes) {
+  return reinterpret_cast<const float*>(reinterpret_cast<const char*>(argb) + row * rowBytes);
+}
+
+/// Whether chroma rows must be kept from being made of both fields.
+bool hasFieldChroma(const PlaneFormat& format) {
+  return format.interlaced && !format.grey && format.halfHeight && format.chromaHeight() >= 2;
+}
+
+/// The rows that a field has of `rows`; field 0 is the top one.
+int rowsOf(int field, int rows) { return (rows + 1 - field) / 2; }
+
+PlaneFormat fieldOf(const PlaneFormat& frame, int field) {
+  PlaneFormat format = frame;
+  format.interlaced = false;
+  format.height = rowsOf(field, frame.height);
+  if (frame.sitingY == Siting::Centre) format.sitingY = field == 0 ? Siting::Quarter : Siting::ThreeQuarters;
+  return format;
+}
+
+template <class Byte>
+PlanesOf<Byte> fieldOf(const PlanesOf<Byte>& frame, int field) {
+  PlanesOf<Byte> planes;
+  for (int p = 0; p < 3; ++p) {
+    planes.data[p] = frame.data[p] + field * frame.stride[p];
+    planes.stride[p] = 2 * frame.stride[p];
+  }
+  return planes;
+}
+
 }  // namespace
 
 ColourConverter::ColourConverter(const PlaneFormat& planeFormat)
+    : ColourConverter(planeFormat, planeFormat.chromaHeight()) {
+  if (!hasFieldChroma(format)) return;
+  for (int field = 0; field < 2; ++field)
+    fields.push_back(ColourConverter(fieldOf(format, field), rowsOf(field, format.chromaHeight())));
+}
+
+ColourConverter::ColourConverter(const PlaneFormat& planeFormat, int rows)
     : format(planeFormat),
+      chromaRows(rows),
       axisX(format.halfWidth, format.sitingX),
       axisY(format.halfHeight, format.sitingY),
       largestCode(std::ldexp(1.0f, format.bits) - 1.0f) {
@@ -44,13 +86,18 @@ ColourConverter::ColourConverter(const PlaneFormat& planeFormat)
   for (std::vector<float>& row : chroma) row.resize(width);
   coarse.resize(chromaWidth);
   coarseBelow.resize(chromaWidth);
-  for (std::vector<float>& rows : kept) rows.resize(chromaWidth * keptRows);
+  for (std::vector<float>& buffer : kept) buffer.resize(chromaWidth * keptRows);
 }
 
 void ColourConverter::toFloat(const ConstPlanes& planes, float* argb, std::ptrdiff_t rowBytes) {
+  if (!fields.empty()) {
+    for (int field = 0; field < 2; ++field)
+      fields[field].toFloat(fieldOf(planes, field), rowOf(argb, field, rowBytes), 2 * rowBytes);
+    return;
+  }
   const float kr = static_cast<float>(format.kr), kb = static_cast<float>(format.kb);
   for (int row = 0; row < format.height; ++row) {
-    float* out = reinterpret_cast<float*>(reinterpret_cast<char*>(argb) + row * rowBytes);
+    float* out = rowOf(argb, row, rowBytes);
     readRow(planes.data[0], planes.stride[0], row, format.bits > 8, format.width, 1.0f / lumaScale,
             -lumaOffset / lumaScale, luma.data());
     if (format.grey) {
@@ -63,10 +110,15 @@ void ColourConverter::toFloat(const ConstPlanes& planes, float* argb, std::ptrdi
 }
 
 void ColourConverter::toCodes(const float* argb, std::ptrdiff_t rowBytes, const Planes& planes) {
+  if (!fields.empty()) {
+    for (int field = 0; field < 2; ++field)
+      fields[field].toCodes(rowOf(argb, field, rowBytes), 2 * rowBytes, fieldOf(planes, field));
+    return;
+  }
   const float kr = static_cast<float>(format.kr), kb = static_cast<float>(format.kb);
   int nextChromaRow = 0;
   for (int row = 0; row < format.height; ++row) {
-    const float* in = reinterpret_cast<const float*>(reinterpret_cast<const char*>(argb) + row * rowBytes);
+    const float* in = rowOf(argb, row, rowBytes);
     if (format.grey) {
       SplitGreyRow(in, format.width, kr, kb, luma.data());
     } else {
@@ -80,7 +132,7 @@ void ColourConverter::toCodes(const float* argb, std::ptrdiff_t rowBytes, const 
 }
 
 void ColourConverter::readChromaRow(const ConstPlanes& planes, int plane, int row, float* values) {
-  const int inside = std::clamp(row, 0, format.chromaHeight() - 1);
+  const int inside = std::clamp(row, 0, chromaRows - 1);
   readRow(planes.data[plane], planes.stride[plane], inside, format.bits > 8, format.chromaWidth(), 1.0f / chromaScale,
           -chromaOffset / chromaScale, values);
 }
@@ -111,7 +163,7 @@ void ColourConverter::keepChroma(const float* full, int row, float* rows) {
 
 void ColourConverter::writeChromaRowsThrough(const Planes& planes, int lastLumaRow, int* next) {
   const bool atEnd = lastLumaRow == format.height - 1;
-  for (; *next < format.chromaHeight(); ++*next) {
+  for (; *next < chromaRows; ++*next) {
     const int needed = axisY.halved ? 2 * *next + axisY.coarser.from + axisY.coarser.count - 1 : *next;
     if (needed > lastLumaRow && !atEnd) return;
     for (int plane = 1; plane < 3; ++plane) writeChromaRow(planes, plane, *next, kept[plane - 1].data());

@@ -14,6 +14,10 @@ namespace film {
 /// 1. So luma comes back to the very code, whatever the chroma is, and since `ChromaAxis` pairs its filters to that
 /// end, so does chroma (all but the last sample of an odd size with chroma between the samples).
 ///
+/// An interlaced picture with halved rows of chroma is worked on as two pictures, one a field, so that no chroma row
+/// is made from both moments. What is midway between the rows of a frame lies a quarter of the way down from the top
+/// field's rows and three quarters from the bottom field's (ITU-T H.262, figure 6-2).
+///
 /// One object serves one thread at a time; it holds the row buffers.
 class ColourConverter {
  public:
@@ -28,6 +32,8 @@ class ColourConverter {
  private:
   static constexpr int keptRows = 8;  // more than the rows that one chroma row is made from
 
+  ColourConverter(const PlaneFormat& format, int chromaRows);
+
   void readChromaRow(const ConstPlanes& planes, int plane, int row, float* values);
   void blendChroma(const ConstPlanes& planes, int plane, int row, float* full);
   void keepChroma(const float* full, int row, float* kept);
@@ -35,6 +41,8 @@ class ColourConverter {
   void writeChromaRowsThrough(const Planes& planes, int lastLumaRow, int* next);
 
   PlaneFormat format;
+  std::vector<ColourConverter> fields;  // of an interlaced picture the top and the bottom one, else empty
+  int chromaRows;                       // those that the picture has
   ChromaAxis axisX, axisY;
   float lumaScale, lumaOffset, chromaScale, chromaOffset, largestCode;
   std::vector<float> luma, chroma[2];      // one row in full width

@@ -5,8 +5,9 @@
 
 namespace film {
 
-/// Where a chroma sample lies along one axis, against the pair of luma samples that it stands for.
-enum class Siting { First, Centre, Second };
+/// Where a chroma sample lies along one axis, against the pair of luma samples that it stands for: on the first or the
+/// second one, midway, or a quarter of the way from the first or the second one to the other.
+enum class Siting { First, Centre, Second, Quarter, ThreeQuarters };
 
 /// How a picture is held as planes of whole-number codes.
 struct PlaneFormat {
@@ -15,6 +16,7 @@ struct PlaneFormat {
   bool grey = false;                ///< no chroma planes
   bool halfWidth = false;           ///< chroma has one column for two of luma, rounded up
   bool halfHeight = false;          ///< chroma has one row for two of luma, rounded up
+  bool interlaced = false;          ///< luma and chroma rows belong to the top and the bottom field in turn
   bool fullRange = false;           ///< luma takes all codes, not 16 to 235 (times 2 to the bits above 8)
   double kr = 0.2126, kb = 0.0722;  ///< weights of red and blue in luma
   Siting sitingX = Siting::First;   ///< read with `halfWidth` only

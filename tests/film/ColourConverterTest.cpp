@@ -227,6 +227,66 @@ TEST(ColourConverter, ChromaIsPlacedWhereItsSitingSays) {
   }
 }
 
+PlaneFormat Interlaced420(int width, int height) {
+  PlaneFormat format = Format444(width, height);
+  format.halfWidth = format.halfHeight = format.interlaced = true;
+  return format;
+}
+
+TEST(ColourConverter, InterlacedPicturesComeBackAtAnyHeight) {
+  for (Siting y : {Siting::First, Siting::Centre, Siting::Second})
+    for (int height : {1, 2, 3, 4, 5, 6, 7, 8, 34, 36, 243, 486}) {
+      PlaneFormat format = Interlaced420(48, height);
+      format.sitingY = y;
+      const Picture picture = AllLumaCodes(format, 6);
+      const Picture back = ThereAndBack(picture);
+      EXPECT_TRUE(back.bytes[0] == picture.bytes[0]) << height;
+      if (height % 4 != 0) continue;
+      EXPECT_TRUE(back.bytes[1] == picture.bytes[1]) << height;
+      EXPECT_TRUE(back.bytes[2] == picture.bytes[2]) << height;
+    }
+}
+
+TEST(ColourConverter, ChromaOfInterlacedPicturesStaysInItsField) {
+  // The top field is red and the bottom field is blue, with luma in keeping.
+  Picture picture(Interlaced420(8, 16));
+  const int red[3] = {63, 102, 240}, blue[3] = {32, 240, 118};
+  for (int y = 0; y < 16; ++y)
+    for (int x = 0; x < 8; ++x) picture.set(0, x, y, y % 2 ? blue[0] : red[0]);
+  for (int p = 1; p < 3; ++p)
+    for (int y = 0; y < 8; ++y)
+      for (int x = 0; x < 4; ++x) picture.set(p, x, y, y % 2 ? blue[p] : red[p]);
+  std::vector<float> argb(8 * 16 * 4);
+  ColourConverter(picture.format).toFloat(picture.constPlanes(), argb.data(), 8 * 16);
+  for (int y = 0; y < 16; ++y) {
+    EXPECT_NEAR(argb[32 * y + 13], y % 2 ? 0 : 1, 0.006) << y;
+    EXPECT_NEAR(argb[32 * y + 15], y % 2 ? 1 : 0, 0.006) << y;
+  }
+  // And on the way back: another blue changes the bottom field's chroma rows alone.
+  for (int y = 1; y < 16; y += 2)
+    for (int x = 0; x < 8; ++x) argb[32 * y + 4 * x + 3] = 0.5f;
+  Picture back(picture.format);
+  ColourConverter(picture.format).toCodes(argb.data(), 8 * 16, back.planes());
+  for (int y = 0; y < 8; ++y) {
+    EXPECT_EQ(back.code(1, 2, y) == picture.code(1, 2, y), y % 2 == 0) << y;
+    EXPECT_EQ(back.code(2, 2, y) == picture.code(2, 2, y), y % 2 == 0) << y;
+  }
+}
+
+TEST(ColourConverter, ChromaRowsOfFieldsLieWhereThoseOfTheFrameDo) {
+  // Chroma row i of the frame lies at luma row 2i + 0.5, whichever field it belongs to: a ramp down the frame comes out
+  // as a ramp in both fields.
+  Picture picture(Interlaced420(2, 32));
+  for (int y = 0; y < 32; ++y) picture.set(0, 0, y, 126), picture.set(0, 1, y, 126);
+  for (int i = 0; i < 16; ++i) picture.set(1, 0, i, 128), picture.set(2, 0, i, 128 + 6 * i);
+  std::vector<float> argb(2 * 32 * 4);
+  ColourConverter(picture.format).toFloat(picture.constPlanes(), argb.data(), 2 * 16);
+  for (int y = 4; y < 28; ++y) {
+    const double chromaCodes = 6.0 * (y - 0.5) / 2.0;
+    EXPECT_NEAR(argb[8 * y + 1], 110.0 / 219 + 2 * (1 - 0.2126) * chromaCodes / 224, 1e-5) << y;
+  }
+}
+
 TEST(ColourConverter, RowBytesMayBeLongerThanTheRow) {
   const Picture picture = AllLumaCodes(Format444(6, 4), 5);
   std::vector<float> argb(4 * 40, -1.0f);
