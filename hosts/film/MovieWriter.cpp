@@ -103,12 +103,15 @@ void MovieWriter::openEncoder(const EncoderOptions& options) {
   encoder->color_trc = clip.format.transfer;
   encoder->colorspace = clip.format.matrix;
   encoder->chroma_sample_location = clip.format.siting;
+  encoder->field_order = clip.format.fieldOrder;
+  if (clip.format.interlaced()) encoder->flags |= AV_CODEC_FLAG_INTERLACED_DCT | AV_CODEC_FLAG_INTERLACED_ME;
   if (options.exact) encoder->flags |= AV_CODEC_FLAG_BITEXACT;
   if (containerFor(file.path()).flags & AVFMT_GLOBALHEADER) encoder->flags |= AV_CODEC_FLAG_GLOBAL_HEADER;
   AVDictionary* dictionary = nullptr;
-  av_dict_set(&dictionary, "crf", std::to_string(options.crf).c_str(), 0);
-  av_dict_set(&dictionary, "preset", options.preset.c_str(), 0);
-  if (looksFarAhead(options.preset)) av_dict_set(&dictionary, "rc-lookahead", "20", 0);
+  av_dict_set(&dictionary, "crf", std::to_string(options.crf.value_or(17.0)).c_str(), 0);
+  const std::string preset = options.preset.empty() ? "medium" : options.preset;
+  av_dict_set(&dictionary, "preset", preset.c_str(), 0);
+  if (looksFarAhead(preset)) av_dict_set(&dictionary, "rc-lookahead", "20", 0);
   const int result = avcodec_open2(encoder.get(), codec, &dictionary);
   av_dict_free(&dictionary);
   if (result < 0)
@@ -129,6 +132,7 @@ void MovieWriter::openFile(const EncoderOptions& options) {
   if (options.exact) output->flags |= AVFMT_FLAG_BITEXACT;
   video = avformat_new_stream(opened, nullptr);
   check(avcodec_parameters_from_context(video->codecpar, encoder.get()));
+  video->codecpar->field_order = clip.format.fieldOrder;
   video->time_base = timeBase;
   video->avg_frame_rate = clip.frameRate;
   video->sample_aspect_ratio = clip.format.sampleAspect;
@@ -240,6 +244,8 @@ void MovieWriter::convert(const FloatPicture& picture) {
   converter->toCodes(picture.samples.data(), picture.rowBytes(), planesOf(*frame));
   frame->pts = picture.time - (span.whole ? 0 : span.firstTime);
   frame->pict_type = AV_PICTURE_TYPE_NONE;
+  frame->interlaced_frame = clip.format.interlaced();
+  frame->top_field_first = clip.format.fieldOrder == AV_FIELD_TT;
   durations[frame->pts] = picture.duration;
 }
 

@@ -10,18 +10,12 @@
 
 #include "film/ClipContents.h"
 #include "film/ColourConverter.h"
+#include "film/EncoderOptions.h"
 #include "film/FloatPicture.h"
 #include "film/OutputFile.h"
 #include "film/PacketCopier.h"
 
 namespace film {
-
-struct EncoderOptions {
-  double crf = 17.0;  ///< 0 to 51; 17 can't be told from the original by eye
-  std::string preset = "medium";
-  int threads = 0;     ///< 0 for as many as there are processors
-  bool exact = false;  ///< no trace of the encoder's version or the time of day in the file
-};
 
 /// How long the output is to be, out of the clip that it comes from.
 struct MovieSpan {

@@ -95,6 +95,8 @@ VideoFormat VideoFormatOf(const AVFrame& frame) {
   format.matrix = frame.colorspace;
   format.siting = frame.chroma_location;
   format.sampleAspect = frame.sample_aspect_ratio;
+  format.fieldOrder = AV_FIELD_PROGRESSIVE;
+  if (frame.interlaced_frame) format.fieldOrder = frame.top_field_first ? AV_FIELD_TT : AV_FIELD_BB;
   return format;
 }
 

@@ -17,6 +17,11 @@ struct VideoFormat {
   AVColorSpace matrix = AVCOL_SPC_UNSPECIFIED;
   AVChromaLocation siting = AVCHROMA_LOC_UNSPECIFIED;
   AVRational sampleAspect{0, 1};
+  /// `AV_FIELD_TT` or `AV_FIELD_BB` where a frame holds two fields, the first being the top or the bottom one; anything
+  /// else for whole frames.
+  AVFieldOrder fieldOrder = AV_FIELD_UNKNOWN;
+
+  bool interlaced() const { return fieldOrder == AV_FIELD_TT || fieldOrder == AV_FIELD_BB; }
 };
 
 /// The planes behind `format`, or nothing when this host doesn't work on that kind of picture: only separate planes of
