@@ -33,6 +33,12 @@ void AddDocumentOptions(CLI::App* command, Arguments* arguments) {
                       "the effect document; CLIP.orvane.json beside the clip unless given");
   command->add_flag("--until-change", arguments->session.untilChange,
                     "use a clip whose size or pixel format changes up to there");
+  command
+      ->add_option("--fields", arguments->session.fields,
+                   "which field of an interlaced frame comes first, none for progressive frames, auto to find out; "
+                   "stays until changed")
+      ->check(CLI::IsMember({"auto", "top", "bottom", "none"}))
+      ->type_name("auto|top|bottom|none");
   AddRunOptions(command, arguments);
 }
 

@@ -48,7 +48,7 @@ bool Effect::holdsAnalysis() const {
 }
 
 bool Effect::holdsWholeAnalysis() const {
-  const int last = frameCount() - 1;
+  const int last = interlaced() ? 2 * frameCount() - 1 : frameCount() - 1;  // fields count two a frame
   // By its matrix: the range of a cancelled pass reaches one frame further than its matrices.
   return holdsAnalysis() && (last == 0 || storedMotion(store)->getMotion()->Index(last) >= 0);
 }
@@ -78,6 +78,7 @@ void Effect::storeEvents() {
 }
 
 bool Effect::analyse(const std::function<void(int frames)>& progress, const std::function<bool()>& cancelled) {
+  showFirstFrame();
   const auto lastStored = [this] { return store.find(kAGCStorage)->custom.get(); };
   const std::shared_ptr<const KeyedCodable> before = store.find(kAGCStorage)->custom;
   platform.setProgressSink(
@@ -104,18 +105,27 @@ SharedPicture Effect::render(int number) {
   if (!input)
     throw Failure(source.contents().path + ": frame " + std::to_string(number) +
                   " can't be read any more; was the file changed? Try again");
+  SharedPicture output = renderAt(number, input);
+  if (interlaced())
+    CopyField(*renderAt(number + 0.5, input), SecondField(source.contents().format.fieldOrder), *output);
+  return output;
+}
+
+SharedPicture Effect::renderAt(double time, const SharedPicture& input) {
   SharedPicture output = pool.take();
   output->number = input->number;
   output->time = input->time;
   output->duration = input->duration;
-  FilmImage inputImage(input), outputImage(output);
+  const AVFieldOrder order = source.contents().format.fieldOrder;
+  FilmImage inputImage(input, HostFieldAt(order, time)), outputImage(output, HostFieldAt(order, time));
   FxRenderInfo info;
-  info.time.frame = number;
+  info.time.frame = time;
   info.qualityLevel = 2;
+  info.fieldOrder = HostFieldAt(order, 0.0);
   info.depth = 3;
   const bool rendered = effect->renderOutput(&outputImage, &inputImage, info);
   host.rethrowTrouble();
-  if (!rendered) throw Failure(source.contents().path + ": the effect refused frame " + std::to_string(number));
+  if (!rendered) throw Failure(source.contents().path + ": the effect refused frame " + std::to_string(input->number));
   return output;
 }
 

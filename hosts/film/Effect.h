@@ -30,18 +30,22 @@ class Effect {
   /// before, so that the effect plans anew at each change, and the events that it found are stored in the end.
   void change(const std::vector<SettingChange>& changes);
 
-  /// Presses the analysis button and waits. `progress` gets the number of frames done. `cancelled` is asked all the
+  /// Shows the first frame, from which the effect learns whether the clip is made of fields, presses the analysis
+  /// button and waits. `progress` gets the number of frames done. `cancelled` is asked all the
   /// time; true presses the cancel button. Returns whether the pass went through.
   bool analyse(const std::function<void(int frames)>& progress, const std::function<bool()>& cancelled);
 
   /// Renders the first frame, so that the effect builds its plan from what is stored.
   void showFirstFrame();
 
-  /// The effect's output for a frame. Fails when the clip's frame can't be read or the effect refuses.
+  /// The effect's output for a frame, of an interlaced clip woven from its outputs for both fields. Fails when the
+  /// clip's frame can't be read or the effect refuses.
   SharedPicture render(int number);
 
  private:
   int frameCount() const { return source.contents().identity.frames; }
+  bool interlaced() const { return source.contents().format.interlaced(); }
+  SharedPicture renderAt(double time, const SharedPicture& input);
   void storeEvents();
 
   FrameSource& source;

@@ -7,6 +7,7 @@
 #include <utility>
 
 #include "film/Failure.h"
+#include "film/Fields.h"
 #include "film/FrameIndexText.h"
 #include "film/OutputFile.h"
 
@@ -91,6 +92,12 @@ std::shared_ptr<const FrameIndex> EffectDocument::index() const {
   return text != document.end() ? FrameIndexOf(*text) : nullptr;
 }
 
+std::optional<AVFieldOrder> EffectDocument::fieldOrder() const {
+  const json& clip = document.at("clip");
+  const auto fields = clip.find("fields");
+  return fields != clip.end() && fields->is_string() ? FieldOrderOf(fields->get<std::string>()) : std::nullopt;
+}
+
 void EffectDocument::restore(ParameterStore& parameters) const {
   parameters.setNumbers(document.at("parameters"));
   parameters.setArchives(document.at("archives"));
@@ -99,6 +106,7 @@ void EffectDocument::restore(ParameterStore& parameters) const {
 void EffectDocument::Save(const std::string& path, const ClipContents& contents, const ParameterStore& parameters) {
   json clip;
   for (const IdentityField& field : identityFields) clip[field.key] = field.value(contents.identity);
+  if (contents.format.fieldOrder != AV_FIELD_UNKNOWN) clip["fields"] = FieldWord(contents.format.fieldOrder);
   json saved{{"version", currentVersion},
              {"clip", std::move(clip)},
              {"parameters", parameters.numbers()},

@@ -32,6 +32,9 @@ class EffectDocument {
   /// What an earlier scan of the clip found, or null where the document doesn't hold it or holds nonsense.
   std::shared_ptr<const FrameIndex> index() const;
 
+  /// Which field of the clip's frames was taken to come first, or AV_FIELD_PROGRESSIVE; nothing if it doesn't say.
+  std::optional<AVFieldOrder> fieldOrder() const;
+
   /// Hands the stored values to declared parameters.
   void restore(ParameterStore& parameters) const;
 

@@ -1,17 +1,28 @@
 #include "film/FilmHost.h"
 
+#include <cmath>
 #include <utility>
 
 namespace film {
+
+HostField HostFieldAt(AVFieldOrder order, double time) {
+  if (order != AV_FIELD_TT && order != AV_FIELD_BB) return kNoField;
+  const Field field = time == std::floor(time) ? FirstField(order) : SecondField(order);
+  return field == Field::Top ? kUpperField : kLowerField;
+}
 
 FxImageInfo FilmImage::imageInfo() const {
   FxImageInfo info;
   info.width = picture->width;
   info.height = picture->height;
   info.depth = 3;
+  info.field = hostField;
   info.origin = 1;
   return info;
 }
+
+FilmHost::FilmHost(FrameSource& frames, ParameterStore& parameters)
+    : source(frames), store(parameters), moments(frames.contents().format.width, frames.contents().format.height) {}
 
 void FilmHost::rethrowTrouble() {
   const std::lock_guard<std::mutex> guard(lock);
@@ -28,15 +39,36 @@ SharedPicture FilmHost::picture(int number) {
   }
 }
 
+bool FilmHost::hasTime(double time) const {
+  return time >= 0 && (time < frameCount() || (interlaced() && time == frameCount()));
+}
+
+SharedPicture FilmHost::moment(double time) {
+  const AVFieldOrder order = source.contents().format.fieldOrder;
+  const bool behindTheEnd = time >= frameCount();
+  const SharedPicture frame = picture(behindTheEnd ? frameCount() - 1 : static_cast<int>(time));
+  if (!frame) return nullptr;
+  SharedPicture kept = moments.take();
+  const bool first = !behindTheEnd && time == std::floor(time);
+  KeepField(*frame, first ? FirstField(order) : SecondField(order), *kept);
+  return kept;
+}
+
 bool FilmHost::getSourceBitmap(std::unique_ptr<FxImage>* bitmap, const FxRenderInfo&, double atTime) {
   bitmap->reset();
-  if (!(atTime >= 0 && atTime < source.contents().identity.frames)) return false;
-  if (SharedPicture found = picture(static_cast<int>(atTime))) *bitmap = std::make_unique<FilmImage>(std::move(found));
+  if (!hasTime(atTime)) return false;
+  if (SharedPicture found = atTime < frameCount() ? picture(static_cast<int>(atTime)) : moment(atTime))
+    *bitmap = std::make_unique<FilmImage>(std::move(found), HostFieldAt(source.contents().format.fieldOrder, atTime));
   return *bitmap != nullptr;
 }
 
 bool FilmHost::getInputBitmap(std::unique_ptr<FxImage>* bitmap, const FxRenderInfo& withInfo, double atTime) {
-  return getSourceBitmap(bitmap, withInfo, atTime);  // nothing stands before the effect
+  if (!interlaced()) return getSourceBitmap(bitmap, withInfo, atTime);  // nothing stands before the effect
+  bitmap->reset();
+  if (!hasTime(atTime)) return false;
+  if (SharedPicture found = moment(atTime))
+    *bitmap = std::make_unique<FilmImage>(std::move(found), HostFieldAt(source.contents().format.fieldOrder, atTime));
+  return *bitmap != nullptr;
 }
 
 void* FilmHost::service(const std::type_info& protocol) {

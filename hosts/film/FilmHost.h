@@ -4,16 +4,25 @@
 #include <memory>
 #include <mutex>
 
+#include "film/Fields.h"
 #include "film/FrameSource.h"
 #include "film/ParameterStore.h"
 #include "plugin/FxPlug.h"
 
 namespace film {
 
-/// A picture as an image of the effect's host: a bitmap, progressive, with row 0 at the top.
+/// How the effect's host numbers fields and, by the first one, their orders; 0 is progressive.
+enum HostField { kNoField = 0, kUpperField = 1, kLowerField = 2 };
+
+/// The field that a clip of this order shows at a time, which may be half a frame behind a whole one.
+HostField HostFieldAt(AVFieldOrder order, double time);
+
+/// A picture as an image of the effect's host: a bitmap with row 0 at the top. `fieldInHand` tells which of an
+/// interlaced picture's two moments is meant.
 class FilmImage : public FxImage {
  public:
-  explicit FilmImage(SharedPicture shared) : picture(std::move(shared)) {}
+  explicit FilmImage(SharedPicture shared, HostField fieldInHand = kNoField)
+      : picture(std::move(shared)), hostField(fieldInHand) {}
 
   int imageType() const override { return bitmapType; }
   FxImageInfo imageInfo() const override;
@@ -21,14 +30,18 @@ class FilmImage : public FxImage {
   int rowBytes() const override { return picture->rowBytes(); }
   int width() const override { return picture->width; }
   int height() const override { return picture->height; }
-  int field() const override { return 0; }
+  int field() const override { return hostField; }
 
  private:
   SharedPicture picture;
+  HostField hostField;
 };
 
 /// The services that a clip's effect finds in this host. A clip of n frames begins at time 0 and has the duration
 /// n - 1, one unit being one frame.
+///
+/// An interlaced clip has the duration n, since its last field is at n - 1/2 and the effect counts in whole frames: a
+/// range that ended before would leave that field without a motion of its own. At time n the clip stands still on it.
 class FilmHost : public FxAPIManager,
                  public FxTimingAPI,
                  public FxTemporalImageAPI,
@@ -36,7 +49,7 @@ class FilmHost : public FxAPIManager,
                  public FxCustomParameterActionAPI {
  public:
   /// Both are lent.
-  FilmHost(FrameSource& frames, ParameterStore& parameters) : source(frames), store(parameters) {}
+  FilmHost(FrameSource& frames, ParameterStore& parameters);
 
   /// Frame `number` of the clip, or null when it has none such or can't be read.
   SharedPicture picture(int number);
@@ -45,18 +58,27 @@ class FilmHost : public FxAPIManager,
   void rethrowTrouble();
 
   void startTimeForEffect(double* time) override { *time = 0.0; }
-  void durationForEffect(double* time) override { *time = source.contents().identity.frames - 1; }
+  void durationForEffect(double* time) override { *time = interlaced() ? frameCount() : frameCount() - 1; }
   double currentTime() override { return 0.0; }
   void updateProgress(double) override {}
+  /// Of an interlaced clip the frame with both of its fields, of which the effect takes the one of that time.
   bool getSourceBitmap(std::unique_ptr<FxImage>* bitmap, const FxRenderInfo& withInfo, double atTime) override;
+  /// Of an interlaced clip the picture at that moment in all of its rows: the effect keeps the same rows of all frames
+  /// that it borrows from, whichever field they are asked at.
   bool getInputBitmap(std::unique_ptr<FxImage>* bitmap, const FxRenderInfo& withInfo, double atTime) override;
 
  protected:
   void* service(const std::type_info& protocol) override;
 
  private:
+  int frameCount() const { return source.contents().identity.frames; }
+  bool interlaced() const { return source.contents().format.interlaced(); }
+  bool hasTime(double time) const;
+  SharedPicture moment(double time);
+
   FrameSource& source;
   ParameterStore& store;
+  PicturePool moments;
   std::mutex lock;  // over the frame source and `trouble`
   std::exception_ptr trouble;
 };

@@ -111,6 +111,7 @@ void MovieWriter::openEncoder(const EncoderOptions& options) {
   av_dict_set(&dictionary, "crf", std::to_string(options.crf.value_or(17.0)).c_str(), 0);
   const std::string preset = options.preset.empty() ? "medium" : options.preset;
   av_dict_set(&dictionary, "preset", preset.c_str(), 0);
+  if (clip.format.fieldOrder == AV_FIELD_BB) av_dict_set(&dictionary, "x264-params", "bff=1", 0);
   if (looksFarAhead(preset)) av_dict_set(&dictionary, "rc-lookahead", "20", 0);
   const int result = avcodec_open2(encoder.get(), codec, &dictionary);
   av_dict_free(&dictionary);

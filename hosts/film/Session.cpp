@@ -3,8 +3,8 @@
 #include <cstdio>
 #include <utility>
 
-#include "film/EffectDocument.h"
 #include "film/Failure.h"
+#include "film/Fields.h"
 #include "film/Interrupt.h"
 #include "film/OutputFile.h"
 #include "film/ZoomLimit.h"
@@ -59,11 +59,30 @@ void Session::openDocument() {
   if (!contents.warning.empty()) std::fprintf(stderr, "orvane: %s\n", contents.warning.c_str());
   if (document && !fits(*document, contents, options.again)) document.reset();
   const bool indexIsNew = contents.index != scan.known;
+  contents.format.fieldOrder = fieldOrder(document ? &*document : nullptr);
+  contents.planes.interlaced = contents.format.interlaced();
   source = std::make_unique<FrameSource>(std::move(contents), options.threads);
   current = std::make_unique<Effect>(*source, platform);
   if (!document) return;
-  document->restore(current->parameters());
-  if (indexIsNew) keepIndex();
+  restore(*document);
+  if (indexIsNew && otherFields.empty()) keepIndex();
+}
+
+AVFieldOrder Session::fieldOrder(const EffectDocument* document) const {
+  if (const std::optional<AVFieldOrder> wanted = FieldOrderOf(options.fields)) return *wanted;
+  const std::optional<AVFieldOrder> kept = document ? document->fieldOrder() : std::nullopt;
+  return kept && options.fields.empty() ? *kept : DetectFieldOrder(options.clip);
+}
+
+// What was measured on frames says nothing of fields, nor of fields in another order.
+void Session::restore(const EffectDocument& document) {
+  document.restore(current->parameters());
+  const AVFieldOrder stored = document.fieldOrder().value_or(AV_FIELD_PROGRESSIVE);
+  if (stored == contents().format.fieldOrder || !current->holdsAnalysis()) return;
+  otherFields = FieldWord(stored);
+  const nlohmann::json numbers = current->parameters().numbers();
+  current = std::make_unique<Effect>(*source, platform);
+  current->parameters().setNumbers(numbers);
 }
 
 void Session::keepIndex() const {
@@ -98,7 +117,8 @@ void Session::checkDocumentCanBeWritten() const {
 void Session::applySettings() {
   const nlohmann::json before = current->parameters().numbers();
   current->change(options.changes);
-  if (current->parameters().numbers() != before) save();
+  // What was measured on other fields stays in the document until there is something to take its place.
+  if (current->parameters().numbers() != before && otherFields.empty()) save();
 }
 
 void Session::trySettings() {
@@ -144,6 +164,7 @@ std::optional<double> Session::analyse() {
   save();
   openAnew();
   options.again = false;
+  otherFields.clear();
   return whole ? std::optional<double>(progress.rate()) : std::nullopt;
 }
 
@@ -155,6 +176,10 @@ void Session::openAnew() {
 }
 
 void Session::requireAnalysis() const {
+  if (!current->holdsAnalysis() && !otherFields.empty())
+    throw Failure(options.clip + ": the stored analysis was made with --fields " + otherFields +
+                  "; render with that, or run `orvane analyse` on the clip with --fields " +
+                  FieldWord(contents().format.fieldOrder));
   if (!current->holdsAnalysis())
     throw Failure(options.clip + ": no analysis of this clip is stored; run `orvane analyse` on it first");
 }

@@ -7,6 +7,7 @@
 
 #include "film/ClipContents.h"
 #include "film/Effect.h"
+#include "film/EffectDocument.h"
 #include "film/FrameSource.h"
 #include "film/Progress.h"
 #include "film/Settings.h"
@@ -18,6 +19,7 @@ namespace film {
 struct SessionOptions {
   std::string clip;
   std::string effectPath;  ///< empty for the one beside the clip
+  std::string fields;      ///< "top", "bottom", "none" or "auto"; empty for what the document says, else "auto"
   std::vector<SettingChange> changes;
   std::optional<double> maxZoom;  ///< lower the smoothing until the zoom is no more than this
   bool again = false;
@@ -64,6 +66,8 @@ class Session {
 
  private:
   void openDocument();
+  AVFieldOrder fieldOrder(const EffectDocument* document) const;
+  void restore(const EffectDocument& document);
   void openAnew();
   void save() const;
   void keepIndex() const;
@@ -73,6 +77,7 @@ class Session {
   SessionOptions options;
   std::string effectPath;
   TerminalPlatform platform;
+  std::string otherFields;  // the field order that the stored analysis was made with, where it isn't the clip's
   std::unique_ptr<FrameSource> source;
   std::unique_ptr<Effect> current;
   bool fellBack = false;  // the analysis turned Zoom into Natural, for want of a crop

@@ -78,6 +78,7 @@ std::optional<PlaneFormat> PlaneFormatOf(const VideoFormat& format) {
   planes.grey = grey;
   planes.halfWidth = x == 1;
   planes.halfHeight = y == 1;
+  planes.interlaced = format.interlaced();
   planes.fullRange = format.range == AVCOL_RANGE_JPEG;
   setLumaWeights(format, &planes);
   setSiting(format.siting, &planes);

@@ -67,6 +67,24 @@ TEST_F(EffectDocumentTest, SaysWhatItIs) {
       "parameters": {"4": 30}, "archives": {"6": {"number": 0.1}}})"));
 }
 
+TEST_F(EffectDocumentTest, TellsTheFieldOrderThatWasSaved) {
+  for (const AVFieldOrder order : {AV_FIELD_TT, AV_FIELD_BB, AV_FIELD_PROGRESSIVE}) {
+    contents.format.fieldOrder = order;
+    EffectDocument::Save(path, contents, store);
+    EXPECT_EQ(EffectDocument::Load(path)->fieldOrder(), order);
+  }
+  EXPECT_THAT(ReadAll(path), testing::HasSubstr(R"("fields": "none")"));
+  nlohmann::json json = nlohmann::json::parse(ReadAll(path));
+  for (const nlohmann::json& strange : {nlohmann::json(1), nlohmann::json("sideways"), nlohmann::json("auto")}) {
+    json["clip"]["fields"] = strange;
+    WriteAll(path, json.dump());
+    EXPECT_EQ(EffectDocument::Load(path)->fieldOrder(), std::nullopt) << strange;
+  }
+  contents.format.fieldOrder = AV_FIELD_UNKNOWN;
+  EffectDocument::Save(path, contents, store);
+  EXPECT_EQ(EffectDocument::Load(path)->fieldOrder(), std::nullopt);
+}
+
 std::shared_ptr<const FrameIndex> IndexOfFourFrames() {
   FrameIndex index;
   index.packets = 5;

@@ -47,6 +47,7 @@ TEST(FilmFormats, TheEffectDocumentIsAsTold) {
 
   ClipContents clip;
   clip.identity = {1280, 720, 180, 1, 15360, "00112233aabbccdd", "ffeeddcc99887766"};
+  clip.format.fieldOrder = AV_FIELD_PROGRESSIVE;
   EXPECT_NO_THROW(document->checkClip(clip));
   DeclaredParameters parameters;
   document->restore(parameters.store);
