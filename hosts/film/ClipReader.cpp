@@ -12,6 +12,8 @@ namespace {
 void checkFile(const std::string& path) {
   std::error_code error;
   const std::filesystem::file_status status = std::filesystem::status(path, error);
+  if (status.type() == std::filesystem::file_type::none)
+    throw Failure(path + ": can't be read (" + error.message() + "); check the name and the access rights");
   if (!std::filesystem::exists(status)) throw Failure(path + ": no such file; check the name and the folder");
   if (std::filesystem::is_directory(status)) throw Failure(path + ": this is a folder; name a video file in it");
   if (std::filesystem::is_regular_file(status) && std::filesystem::file_size(path, error) == 0)

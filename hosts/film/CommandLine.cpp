@@ -12,6 +12,7 @@
 #include "film/Interrupt.h"
 #include "film/Libav.h"
 #include "film/RunFiles.h"
+#include "film/Streams.h"
 #include "film/Subcommands.h"
 #include "numerics/Log.h"
 #include "numerics/Random.h"
@@ -90,6 +91,7 @@ std::string usageLine(const CLI::Error& error, int argc, const char* const* argv
 }  // namespace
 
 int Main(int argc, const char* const* argv) {
+  OpenMissingStreams();
   CLI::App app("Steadies shaky video.", "orvane");
   Arguments arguments;
   app.require_subcommand(1);
@@ -99,7 +101,9 @@ int Main(int argc, const char* const* argv) {
     app.parse(argc, argv);
     CatchInterrupts();
     RouteLibavMessages();
-    return runCommand(&arguments);
+    const ExitStatus status = runCommand(&arguments);
+    CheckPrinted();
+    return status;
   } catch (const CLI::ParseError& error) {
     return app.exit(error) == 0 ? kDone : kUsage;
   } catch (const Failure& failure) {

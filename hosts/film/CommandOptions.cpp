@@ -15,22 +15,28 @@ constexpr const char* notHandedOn[] = {"CLIP",    "--out",     "--out-dir", "--j
 }  // namespace
 
 void AddRunOptions(CLI::App* command, Arguments* arguments) {
-  command->add_option("--progress", arguments->progress, "how to show progress: auto, bar, lines, json or none")
-      ->check(CLI::IsMember({"auto", "bar", "lines", "json", "none"}));
+  command
+      ->add_option("--progress", arguments->progress,
+                   "how to show progress; auto draws a bar on a terminal and writes lines elsewhere")
+      ->type_name("auto|bar|lines|json|none")
+      ->check(CLI::IsMember({"auto", "bar", "lines", "json", "none"}).description(""));
   command->add_flag("--quiet", arguments->quiet, "show errors only")->excludes("--progress");
   command->add_option("--threads", arguments->threads, "processors to use; all unless given")
-      ->check(CLI::Range(1, 256));
-  command->add_option("--log", arguments->log, "write the log to this file");
+      ->type_name("1..256")
+      ->check(CLI::Range(1, 256).description(""));
+  command->add_option("--log", arguments->log, "write the log to this file")->type_name("FILE");
 }
 
 void AddClipOptions(CLI::App* command, Arguments* arguments) {
-  command->add_option("CLIP", arguments->session.clip, "the video file")->required();
+  command->add_option("CLIP", arguments->session.clip, "the video file")->type_name("")->required();
   AddDocumentOptions(command, arguments);
 }
 
 void AddDocumentOptions(CLI::App* command, Arguments* arguments) {
-  command->add_option("--effect", arguments->session.effectPath,
-                      "the effect document; CLIP.orvane.json beside the clip unless given");
+  command
+      ->add_option("--effect", arguments->session.effectPath,
+                   "the effect document; CLIP.orvane.json beside the clip unless given")
+      ->type_name("FILE");
   command->add_flag("--until-change", arguments->session.untilChange,
                     "use a clip whose size or pixel format changes up to there");
   command
@@ -95,14 +101,17 @@ void AddSpanOptions(CLI::App* command, Arguments* arguments) {
 
 void AddAnalysisOptions(CLI::App* command, Arguments* arguments) {
   command->add_flag("--again", arguments->session.again, "analyse even if an analysis is stored");
-  command->add_option("--seed", arguments->seed, "makes a run with --threads 1 repeat exactly");
+  command->add_option("--seed", arguments->seed, "makes a run with --threads 1 repeat exactly")->type_name("N");
 }
 
 void AddRenderOptions(CLI::App* command, Arguments* arguments) {
   command->add_option("-o,--out", arguments->render.out, "the file to write")->type_name("OUT");
   command->add_flag("--force", arguments->render.force, "replace OUT if it exists");
-  command->add_option("--crf", arguments->render.encoder.crf, "quality: 0 lossless, 17 looks lossless, 51 worst")
-      ->check(CLI::Range(0.0, 51.0));
+  command
+      ->add_option("--crf", arguments->render.encoder.crf,
+                   "quality: 0 lossless, 17 looks lossless (used unless given), 51 worst")
+      ->type_name("0..51")
+      ->check(CLI::Range(0.0, 51.0).description(""));
   AddPresetOption(command, arguments);
 }
 

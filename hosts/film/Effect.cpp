@@ -53,6 +53,14 @@ bool Effect::holdsWholeAnalysis() const {
   return holdsAnalysis() && (last == 0 || storedMotion(store)->getMotion()->Index(last) >= 0);
 }
 
+int Effect::analysedFrames() const {
+  if (!holdsAnalysis()) return 0;
+  const auto motion = storedMotion(store)->getMotion();
+  int frames = 0;
+  for (int number = 0; number < frameCount(); ++number) frames += motion->Index(number) >= 0 ? 1 : 0;
+  return frames;
+}
+
 void Effect::change(const std::vector<SettingChange>& changes) {
   std::vector<SettingChange> news;
   for (const SettingChange& change : changes)

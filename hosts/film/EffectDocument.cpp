@@ -36,6 +36,12 @@ const IdentityField identityFields[] = {
     {"lastPacket", "last packet", [](const ClipIdentity& clip) { return json(clip.lastPacket); }},
 };
 
+void checkNoFolder(const std::string& path) {
+  std::error_code error;
+  if (std::filesystem::is_directory(path, error))
+    throw Failure(path + ": this is a folder and no effect document; name another with --effect");
+}
+
 bool hasShape(const json& read) {
   for (const char* member : {"clip", "parameters", "archives"})
     if (!read.contains(member) || !read[member].is_object()) return false;
@@ -50,8 +56,7 @@ EffectDocument::EffectDocument(std::string documentPath, json contents)
 std::optional<EffectDocument> EffectDocument::Load(const std::string& path) {
   std::error_code error;
   if (!std::filesystem::exists(path, error)) return std::nullopt;
-  if (std::filesystem::is_directory(path, error))
-    throw Failure(path + ": this is a folder and no effect document; name another with --effect");
+  checkNoFolder(path);
   std::ifstream in(path, std::ios::binary);
   if (!in) throw Failure(path + ": the effect document can't be read (" + std::strerror(errno) + ")" + remedy);
   json read = json::parse(in, nullptr, false);
@@ -67,11 +72,14 @@ std::optional<EffectDocument> EffectDocument::Load(const std::string& path) {
 }
 
 void EffectDocument::CheckReplaceable(const std::string& path) {
+  checkNoFolder(path);
   std::ifstream in(path, std::ios::binary);
   char first = '{';
   in >> first;  // stays for an empty file
   const json read = json::parse(in.seekg(0), nullptr, false);
-  const bool another = read.is_discarded() ? first != '{' : !read.is_object() || !read.contains("version");
+  const bool ours =
+      read.is_object() && read.contains("version") && read["version"].is_number();  // whatever comes later
+  const bool another = read.is_discarded() ? first != '{' : !ours;
   if (another)
     throw Failure(path + ": this is no effect document and is left as it is; name another with --effect, or delete it");
 }

@@ -152,20 +152,31 @@ std::optional<double> Session::analyse() {
                     contents().identity.frames);
   const auto rendering = [this] { return static_cast<int>(current->parameters().find(kRenderingType)->value); };
   const int wanted = rendering();
+  const Stored before{current->parameters().numbers(), current->parameters().archives(), current->analysedFrames()};
   bool whole = false;
   try {
     whole = current->analyse([&](int frames) { progress.update(frames); }, Interrupted);
   } catch (...) {
-    save();  // what it has found stays
+    keep(before);
     throw;
   }
   progress.finish();
   fellBack = wanted == RenderZoom && rendering() == RenderNatural;
-  save();
+  if (whole)
+    save();
+  else
+    keep(before);
   openAnew();
   options.again = false;
   otherFields.clear();
   return whole ? std::optional<double>(progress.rate()) : std::nullopt;
+}
+
+// A pass that didn't get to its end may cost nothing: of its motion and that of before the longer one stays.
+void Session::keep(const Stored& before) {
+  if (current->analysedFrames() >= before.frames) return save();
+  current->parameters().setNumbers(before.numbers);
+  current->parameters().setArchives(before.archives);
 }
 
 void Session::openAnew() {

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <memory>
+#include <nlohmann/json.hpp>
 #include <optional>
 #include <string>
 #include <vector>
@@ -57,18 +58,26 @@ class Session {
   /// Keeps to the limit of the zoom, if there is one, and saves the smoothing that it takes. After an analysis.
   void limitZoom();
 
-  /// Analyses the clip and saves the document, of a cancelled pass too. The frames a second, or nothing when it was
-  /// cancelled. The effect is then as after opening the document anew, so that a later run renders the same frames.
+  /// Analyses the clip and saves the document, of a cancelled pass too unless the analysis of before covers more. The
+  /// frames a second, or nothing when it was cancelled. The effect is then as after opening the document anew, so that
+  /// a later run renders the same frames.
   std::optional<double> analyse();
 
   /// Fails if there is nothing to render from.
   void requireAnalysis() const;
 
  private:
+  /// What the document holds besides the clip, and how many frames that analysis covers.
+  struct Stored {
+    nlohmann::json numbers, archives;
+    int frames;
+  };
+
   void openDocument();
   AVFieldOrder fieldOrder(const EffectDocument* document) const;
   void restore(const EffectDocument& document);
   void openAnew();
+  void keep(const Stored& before);
   void save() const;
   void keepIndex() const;
   void findSmoothing();

@@ -146,8 +146,8 @@ void addExport(CLI::App* app, Arguments* arguments) {
 
 void addSample(CLI::App* app, Arguments* arguments) {
   CLI::App* command = app->add_subcommand("sample", "write a shaky clip of a drawn scene to try things on");
-  command->add_option("OUT", arguments->render.out, "the file to write")->required();
-  command->add_option("--truth", arguments->truth, "write the exact camera motion here, as JSON");
+  command->add_option("OUT", arguments->render.out, "the file to write")->type_name("")->required();
+  command->add_option("--truth", arguments->truth, "write the exact camera motion here, as JSON")->type_name("FILE");
   command->add_flag("--force", arguments->render.force, "replace the files if they exist");
   AddRunOptions(command, arguments);
   command->callback([arguments] {

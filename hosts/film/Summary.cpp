@@ -40,7 +40,8 @@ ExitStatus Cancelled(const std::string& kept) {
 }
 
 std::string KeptAnalysis(const Session& session) {
-  return "what was analysed by then is kept in " + session.documentPath();
+  if (!session.needsAnalysis()) return "the analysis of before is kept in " + session.documentPath();
+  return "what was analysed by then is kept in " + session.documentPath() + "; the next run analyses the whole clip";
 }
 
 }  // namespace film

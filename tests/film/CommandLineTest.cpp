@@ -175,7 +175,8 @@ TEST_F(CommandLineTest, NoFileOfARunReplacesAnother) {
 
 TEST_F(CommandLineTest, AWrongNameForTheDocumentCostsNoFile) {
   const std::string other = folder / "other";
-  for (const char* precious : {"\x01 a film", "{\"name\": \"another program's\"}", "[1]"}) {
+  expectRefusal({"analyse", clip, "--effect", folder / "", "--again"}, 1, folder / "", "this is a folder");
+  for (const char* precious : {"\x01 a film", "{\"name\": \"another program's\"}", "{\"version\": \"1.0.0\"}", "[1]"}) {
     WriteAll(other, precious);
     expectRefusal({"analyse", clip, "--effect", other, "--again"}, 1, other, "name another");
     EXPECT_EQ(ReadAll(other), precious);
@@ -190,6 +191,8 @@ TEST_F(CommandLineTest, AWrongNameForTheDocumentCostsNoFile) {
 TEST_F(CommandLineTest, BadInputIsNamedWithItsRemedy) {
   expectRefusal({"stabilise", folder / "none.mp4", "-o", out}, 1, folder / "none.mp4", "check the name");
   expectRefusal({"stabilise", folder / "", "-o", out}, 1, folder / "", "this is a folder");
+  expectRefusal({"stabilise", folder / std::string(300, 'x'), "-o", out}, 1, "xxx", "check the name");
+  expectRefusal({"stabilise", clip, "-o", ""}, 2, "empty", ".mp4");
   WriteAll(folder / "text.mp4", "text");
   expectRefusal({"stabilise", folder / "text.mp4", "-o", out}, 1, folder / "text.mp4", "not a video");
   expectRefusal({"render", clip, "-o", out}, 1, clip, "orvane analyse");
