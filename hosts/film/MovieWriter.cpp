@@ -153,8 +153,8 @@ void MovieWriter::copyFromClip() {
     const double first = static_cast<double>(span.firstTime) * av_q2d(timeBase);
     copier->setSpan(first, first + span.seconds);
   }
-  for (const std::string& stream : copier->leftOut())
-    remarks.push_back(stream + " is left out, since this kind of file can't hold it; a name ending in .mkv keeps it");
+  const std::vector<std::string>& leftOut = copier->leftOut();
+  remarks.insert(remarks.end(), leftOut.begin(), leftOut.end());
 }
 
 void MovieWriter::writeHeader() {
@@ -206,6 +206,9 @@ void MovieWriter::finish() {
   const int result = avio_closep(&output->pb);
   check(result);
   file.commit();
+  if (copier && copier->damagedPackets() > 0)
+    remarks.push_back("packets of sound or subtitles that are left out because the clip has them damaged: " +
+                      std::to_string(copier->damagedPackets()));
 }
 
 void MovieWriter::encodeQueue() {

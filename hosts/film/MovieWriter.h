@@ -37,7 +37,8 @@ class MovieWriter {
   MovieWriter(const MovieWriter&) = delete;
   MovieWriter& operator=(const MovieWriter&) = delete;
 
-  /// What the user should know about the file: streams that it couldn't take, a chroma that had to change.
+  /// What the user should know about the file: streams that it couldn't take, a chroma that had to change; after
+  /// `finish` also packets that were lost.
   const std::vector<std::string>& notes() const { return remarks; }
 
   /// Adds a stream of sound that isn't copied from a clip. Before anything is written.

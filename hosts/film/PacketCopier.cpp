@@ -21,6 +21,9 @@ bool containerTakes(const AVFormatContext& output, const AVStream& stream) {
   return avformat_query_codec(output.oformat, codec, FF_COMPLIANCE_NORMAL) == 1;
 }
 
+/// A file that was cut short early may name a sound of which not one packet follows.
+bool isKnown(const AVStream& stream) { return !carriesSound(stream) || stream.codecpar->sample_rate > 0; }
+
 std::string describe(const AVStream& stream) {
   return std::string(av_get_media_type_string(stream.codecpar->codec_type)) + " stream " +
          std::to_string(stream.index) + " (" + avcodec_get_name(stream.codecpar->codec_id) + ")";
@@ -44,11 +47,14 @@ PacketCopier::PacketCopier(const std::string& clipPath, int videoStream, AVForma
     AVStream& stream = *input->streams[i];
     stream.discard = AVDISCARD_ALL;
     if (static_cast<int>(i) == videoStream || !isCopied(stream)) continue;
-    if (containerTakes(*output, stream)) {
+    if (!isKnown(stream)) {
+      refused.push_back(describe(stream) + " is left out, since the clip holds nothing of it that can be read");
+    } else if (!containerTakes(*output, stream)) {
+      refused.push_back(describe(stream) +
+                        " is left out, since this kind of file can't hold it; a name ending in .mkv keeps it");
+    } else {
       stream.discard = AVDISCARD_DEFAULT;
       addStream(stream, *output);
-    } else {
-      refused.push_back(describe(stream));
     }
   }
   ended = targets.empty();
@@ -103,7 +109,10 @@ int PacketCopier::writePacket() {
   packet->pos = -1;
   // Empty packets that only carry a changed description aren't sound.
   if (carriesSound(source) && packet->size == 0) return 0;
-  return av_interleaved_write_frame(output, packet.get());
+  const int error = av_interleaved_write_frame(output, packet.get());
+  if (error != AVERROR_INVALIDDATA) return error;
+  ++damaged;
+  return 0;
 }
 
 void CopyStreamDescription(const AVStream& source, AVStream& target) {

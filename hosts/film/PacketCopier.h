@@ -15,8 +15,11 @@ class PacketCopier {
   /// the one that isn't copied.
   PacketCopier(const std::string& clipPath, int videoStream, AVFormatContext& output);
 
-  /// What the container doesn't take, in words: "audio 2 (pcm_s16le)".
+  /// What isn't copied and why, in words.
   const std::vector<std::string>& leftOut() const { return refused; }
+
+  /// How many packets were left out because they are too damaged to be put into the output.
+  int damagedPackets() const { return damaged; }
 
   /// The clip as opened here.
   const AVFormatContext& source() const { return *input; }
@@ -38,6 +41,7 @@ class PacketCopier {
   std::map<int, int> targets;  // output stream by input stream
   std::vector<std::string> refused;
   double spanFirst, spanLast, shift = 0.0;
+  int damaged = 0;
   bool packetInHand = false, ended = false;
 };
 

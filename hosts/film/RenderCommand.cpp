@@ -44,6 +44,13 @@ MovieSpan movieSpan(const Span& span, const ClipContents& clip, std::int64_t fir
   return movie;
 }
 
+/// Prints the notes about a movie from the one at `first`; how many there are.
+size_t tellNotes(const MovieWriter& movie, const std::string& out, size_t first) {
+  for (size_t i = first; i < movie.notes().size(); ++i)
+    std::fprintf(stderr, "orvane: %s: %s\n", out.c_str(), movie.notes()[i].c_str());
+  return movie.notes().size();
+}
+
 /// Renders a span of frames into a file; the frames a second, or nothing when the user cancelled.
 std::optional<double> renderSpan(Session& session, const RenderOptions& render, const Span& span) {
   Progress progress(session.progressStyle(), ProgressStream(session.progressStyle()), "Rendering",
@@ -52,8 +59,7 @@ std::optional<double> renderSpan(Session& session, const RenderOptions& render, 
   const ClipContents written = writtenContents(render, session.contents());
   MovieWriter movie(render.out, written, movieSpan(span, written, picture->time), render.encoder);
   PicturePool smaller(written.format.width, written.format.height);
-  for (const std::string& note : movie.notes())
-    std::fprintf(stderr, "orvane: %s: %s\n", render.out.c_str(), note.c_str());
+  const size_t told = tellNotes(movie, render.out, 0);
   for (int number = span.first; number <= span.last; ++number) {
     if (Interrupted()) return std::nullopt;
     if (!picture) picture = session.effect().render(number);
@@ -68,6 +74,7 @@ std::optional<double> renderSpan(Session& session, const RenderOptions& render, 
   }
   movie.finish();
   progress.finish();
+  tellNotes(movie, render.out, told);
   return progress.rate();
 }
 

@@ -1,0 +1,86 @@
+#include "film/PacketCopier.h"
+
+#include "film/CommandLineFixture.h"
+
+namespace film {
+namespace {
+
+constexpr size_t cell = 188;        // a transport stream's
+constexpr int soundNumber = 0x101;  // which of its streams the writer makes the sound
+
+int streamOf(const std::string& bytes, size_t at) {
+  return (bytes[at + 1] & 0x1f) << 8 | static_cast<unsigned char>(bytes[at + 2]);
+}
+
+/// The shaky clip's packets in a transport stream.
+void WriteTransportStream(const std::string& path) {
+  const std::string clip = path + ".mp4";
+  WriteShakyClip(clip);
+  AVFormatContext* opened = nullptr;
+  ASSERT_GE(avformat_open_input(&opened, clip.c_str(), nullptr, nullptr), 0);
+  const InputFile input(opened);
+  AVFormatContext* output = nullptr;
+  ASSERT_GE(avformat_alloc_output_context2(&output, nullptr, "mpegts", path.c_str()), 0);
+  for (unsigned i = 0; i < input->nb_streams; ++i) {
+    AVStream* stream = avformat_new_stream(output, nullptr);
+    avcodec_parameters_copy(stream->codecpar, input->streams[i]->codecpar);
+    stream->codecpar->codec_tag = 0;
+  }
+  ASSERT_GE(avio_open(&output->pb, path.c_str(), AVIO_FLAG_WRITE), 0);
+  ASSERT_GE(avformat_write_header(output, nullptr), 0);
+  const Packet packet = MakePacket();
+  while (av_read_frame(input.get(), packet.get()) >= 0) {
+    const int stream = packet->stream_index;
+    av_packet_rescale_ts(packet.get(), input->streams[stream]->time_base, output->streams[stream]->time_base);
+    ASSERT_GE(av_interleaved_write_frame(output, packet.get()), 0);
+  }
+  ASSERT_GE(av_write_trailer(output), 0);
+  avio_closep(&output->pb);
+  avformat_free_context(output);
+}
+
+/// The clip as a transport stream whose sound `spoil` changes; it gets the bytes and where a cell of sound begins.
+template <class Spoil>
+void WriteSpoilt(const std::string& path, const Spoil& spoil) {
+  WriteTransportStream(path);
+  std::string bytes = ReadAll(path);
+  for (size_t at = 0; at + cell <= bytes.size(); at += cell)
+    if (streamOf(bytes, at) == soundNumber) spoil(bytes, at);
+  WriteAll(path, bytes);
+}
+
+using PacketCopierTest = CommandLineTest;
+
+TEST_F(PacketCopierTest, SoundOfWhichNothingIsThereIsLeftOut) {
+  const std::string silent = folder / "silent.ts";
+  WriteSpoilt(silent, [](std::string& bytes, size_t at) { bytes[at + 1] = 0x1f, bytes[at + 2] = '\xff'; });  // padding
+  for (const char* name : {"out.mp4", "out.mkv"}) {
+    const Outcome outcome = run({"stabilise", silent, "-o", folder / name, "--quiet"});
+    EXPECT_EQ(outcome.status, 0);
+    EXPECT_THAT(outcome.err, testing::AllOf(testing::HasSubstr(name), testing::HasSubstr("audio stream 1 (aac) is left "
+                                                                                         "out")));
+    EXPECT_EQ(framesOf(folder / name).size(), clipFrames);
+  }
+}
+
+TEST_F(PacketCopierTest, DamagedPacketsOfSoundAreLeftOut) {
+  const std::string noisy = folder / "noisy.ts";
+  int begun = 0;  // groups of packets; the first one tells the format and stays
+  WriteSpoilt(noisy, [&](std::string& bytes, size_t at) {
+    const auto byte = [&](size_t i) { return static_cast<size_t>(static_cast<unsigned char>(bytes[i])); };
+    const bool begins = (byte(at + 1) & 0x40) != 0;
+    if (!begins || ++begun != 2) return;
+    const size_t header = at + 4 + ((byte(at + 3) & 0x20) != 0 ? 1 + byte(at + 4) : 0);
+    const size_t sound = header + 9 + byte(header + 8);
+    std::fill(bytes.begin() + static_cast<std::ptrdiff_t>(sound),
+              bytes.begin() + static_cast<std::ptrdiff_t>(at + cell), '\0');
+  });
+  ASSERT_GE(begun, 2);
+  const Outcome outcome = run({"stabilise", noisy, "-o", out, "--quiet"});
+  EXPECT_EQ(outcome.status, 0);
+  EXPECT_THAT(outcome.err, testing::HasSubstr("because the clip has them damaged: "));
+  EXPECT_EQ(framesOf(out).size(), clipFrames);
+}
+
+}  // namespace
+}  // namespace film
