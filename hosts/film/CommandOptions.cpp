@@ -105,7 +105,11 @@ void AddAnalysisOptions(CLI::App* command, Arguments* arguments) {
 }
 
 void AddRenderOptions(CLI::App* command, Arguments* arguments) {
-  command->add_option("-o,--out", arguments->render.out, "the file to write")->type_name("OUT");
+  command->add_option("-o,--out", arguments->render.out, "the file to write")
+      ->type_name("OUT")
+      ->check([](const std::string& name) {
+        return name.empty() ? "the name of the file to write is empty; give one that ends in .mp4" : "";
+      });
   command->add_flag("--force", arguments->render.force, "replace OUT if it exists");
   command
       ->add_option("--crf", arguments->render.encoder.crf,
