@@ -36,7 +36,7 @@ bool showsAnything(const AVInputFormat& format) {
   return false;
 }
 
-constexpr std::int64_t longestByteSearch = std::int64_t{1} << 24;
+constexpr std::int64_t longestByteSearch = std::int64_t{1} << 22, shortWayBack = std::int64_t{1} << 16;
 
 InputFile openInput(const std::string& path) {
   checkFile(path);
@@ -148,11 +148,16 @@ bool ClipReader::skipTo(const AccessPoint& point) {
 
 bool ClipReader::seekByte(const AccessPoint& point) {
   if (point.position < 0 || (input->iformat->flags & AVFMT_NO_BYTE_SEEK) != 0) return false;
-  if (av_seek_frame(input.get(), streamIndex, point.position, AVSEEK_FLAG_BYTE) < 0) return false;
-  // Times and places of what comes then may be wrong.
-  const std::int64_t end = point.position + longestByteSearch;
-  return findPacket(
-      point, [](const AVPacket&) { return true; }, [&](const AVPacket& read) { return read.pos > end; });
+  // Where packets aren't those of the container, the first one may lack its beginning.
+  for (const std::int64_t begin : {point.position, std::max<std::int64_t>(point.position - shortWayBack, 0)}) {
+    if (av_seek_frame(input.get(), streamIndex, begin, AVSEEK_FLAG_BYTE) < 0) return false;
+    // Times and places of what comes then may be wrong.
+    const std::int64_t end = point.position + longestByteSearch;
+    if (findPacket(
+            point, [](const AVPacket&) { return true; }, [&](const AVPacket& read) { return read.pos > end; }))
+      return true;
+  }
+  return false;
 }
 
 bool ClipReader::seekTime(const AccessPoint& point) {

@@ -9,17 +9,24 @@ extern "C" {
 namespace film {
 namespace {
 
-int framesIn(std::size_t memory, const VideoFormat& format) {
-  const int bytes = av_image_get_buffer_size(format.pixelFormat, format.width, format.height, 32);
-  return static_cast<int>(std::clamp<std::size_t>(memory / static_cast<std::size_t>(std::max(bytes, 1)), 4, 1000));
+int bytesOf(const VideoFormat& format) {
+  return std::max(av_image_get_buffer_size(format.pixelFormat, format.width, format.height, 1), 1);
 }
 
 }  // namespace
 
 CodedFrames::CodedFrames(const ClipContents& clip, int threads, std::size_t memory)
-    : reader(clip, threads), frames(clip.identity.frames), mostKept(framesIn(memory, clip.format)) {}
+    : reader(clip, threads), frames(clip.identity.frames), frameBytes(bytesOf(clip.format)) {
+  setMemory(memory);
+}
+
+void CodedFrames::setMemory(std::size_t bytes) {
+  const std::lock_guard<std::mutex> guard(lock);
+  mostKept = static_cast<int>(std::clamp<std::size_t>(bytes / static_cast<std::size_t>(frameBytes), 4, 1000));
+}
 
 SharedCodedFrame CodedFrames::fetch(int number) {
+  const std::lock_guard<std::mutex> guard(lock);
   if (SharedCodedFrame found = find(number)) return found;
   if (number < 0 || number >= frames) return nullptr;
   // Those that must be decoded on the way are likely to be asked for next when it goes backwards.
@@ -38,7 +45,7 @@ SharedCodedFrame CodedFrames::find(int number) {
 SharedCodedFrame CodedFrames::read(int number) {
   auto coded = std::make_shared<CodedFrame>();
   if (!reader.read(number, coded.get())) return nullptr;
-  if (static_cast<int>(kept.size()) >= mostKept) {
+  while (static_cast<int>(kept.size()) >= mostKept) {
     kept.erase(uses.back());
     uses.pop_back();
   }

@@ -4,6 +4,7 @@
 #include <list>
 #include <map>
 #include <memory>
+#include <mutex>
 
 #include "film/IndexedReader.h"
 
@@ -14,15 +15,17 @@ using SharedCodedFrame = std::shared_ptr<const CodedFrame>;
 /// Gives any frame of a clip as it was coded, and keeps those used last, so that going about in the neighbourhood of a
 /// frame decodes each neighbour once.
 ///
-/// One caller at a time.
+/// Any thread; one waits for another's decoding.
 class CodedFrames {
  public:
-  /// `memory`: bytes that the frames kept here may take, beside those that callers hold; four frames are kept in any
-  /// case.
-  CodedFrames(const ClipContents& clip, int threads, std::size_t memory = std::size_t{256} << 20);
+  /// Keeps as many frames as `memory` bytes hold, beside those that callers hold, and no fewer than four.
+  CodedFrames(const ClipContents& clip, int threads, std::size_t memory);
 
   /// Frame `number`, or null as `IndexedReader::read` tells.
   SharedCodedFrame fetch(int number);
+
+  /// From now on keeps as many as this memory holds.
+  void setMemory(std::size_t bytes);
 
   /// Frames that are kept at most.
   int capacity() const { return mostKept; }
@@ -39,8 +42,10 @@ class CodedFrames {
   SharedCodedFrame find(int number);
   SharedCodedFrame read(int number);
 
+  std::mutex lock;
   IndexedReader reader;
-  int frames, mostKept;
+  int frames, frameBytes;
+  int mostKept = 0;
   std::list<int> uses;  // numbers of the frames kept, the one used last in front
   std::map<int, Kept> kept;
 };

@@ -126,6 +126,28 @@ bool readPoints(const json& text, FrameIndex* index) {
   return true;
 }
 
+/// Of all that the index holds, so that a damaged number is noticed.
+std::uint64_t checkOf(const FrameIndex& index) {
+  ByteCheck check;
+  for (const std::int64_t number : {static_cast<std::int64_t>(index.end), std::int64_t{index.packets},
+                                    static_cast<std::int64_t>(index.packetsCheck)})
+    check.add(number);
+  for (const IndexedFrame& frame : index.frames)
+    for (const std::int64_t number :
+         {frame.time, frame.duration, std::int64_t{frame.packet}, std::int64_t{frame.check}})
+      check.add(number);
+  for (const AccessPoint& point : index.points)
+    for (const std::int64_t number :
+         {std::int64_t{point.packet}, point.time, point.position, std::int64_t{point.check}})
+      check.add(number);
+  return check.value();
+}
+
+bool isSound(const json& text, const FrameIndex& index) {
+  std::uint64_t check = 0;
+  return readWhole(stringAt(text, "check"), &check, 16) && check == checkOf(index);
+}
+
 bool readWholeClip(const json& text, FrameIndex* index) {
   const auto packets = text.find("packets");
   if (packets == text.end() || !packets->is_number_integer()) return false;
@@ -161,14 +183,15 @@ json TextOf(const FrameIndex& index) {
           {"durations", ColumnText(column(frames, extraDuration))},
           {"order", ColumnText(column(frames, [](auto& row, auto n) { return row.packet - n; }))},
           {"checks", checksText(frames)},
-          {"points", std::move(points)}};
+          {"points", std::move(points)},
+          {"check", hex(checkOf(index), 16)}};
 }
 
 std::shared_ptr<const FrameIndex> FrameIndexOf(const json& text) {
   auto index = std::make_shared<FrameIndex>();
   if (!text.is_object() || !readWholeClip(text, index.get()) || !readFrames(text, index.get())) return nullptr;
   const auto points = text.find("points");
-  if (points == text.end() || !readPoints(*points, index.get())) return nullptr;
+  if (points == text.end() || !readPoints(*points, index.get()) || !isSound(text, *index)) return nullptr;
   return index;
 }
 

@@ -1,5 +1,6 @@
 #include "film/FrameSource.h"
 
+#include <cstdlib>
 #include <utility>
 
 namespace film {
@@ -17,14 +18,22 @@ ConstPlanes planesOf(const AVFrame& frame) {
 }  // namespace
 
 FrameSource::FrameSource(ClipContents clipContents, int decoderThreads)
-    : clip(std::move(clipContents)), threads(decoderThreads), pool(clip.format.width, clip.format.height) {}
+    : clip(std::move(clipContents)),
+      pool(clip.format.width, clip.format.height),
+      onDemand(clip.planes),
+      frames(clip, decoderThreads, 0) {}
 
 FrameSource::~FrameSource() { stop(); }
 
 SharedPicture FrameSource::fetch(int number) {
   if (number < 0 || number >= clip.identity.frames) return nullptr;
   if (current && current->number == number) return current;
-  if (!reader.joinable() || number < nextNumber || number > nextNumber + static_cast<int>(readAhead)) {
+  const bool ahead = reader.joinable() && number >= nextNumber && number <= nextNumber + readAhead;
+  if (!ahead && isNeighbour(number)) {
+    const SharedCodedFrame coded = fetchCoded(number);
+    return coded ? convert(*coded) : nullptr;
+  }
+  if (!ahead) {
     stop();
     start(number);
   }
@@ -37,15 +46,19 @@ SharedPicture FrameSource::fetch(int number) {
   return current;
 }
 
-SharedCodedFrame FrameSource::fetchCoded(int number) {
-  if (!codedFrames) codedFrames = std::make_unique<CodedFrames>(clip, threads);
-  return codedFrames->fetch(number);
+bool FrameSource::isNeighbour(int number) {
+  if (!reader.joinable() || std::abs(number - nextNumber) > neighbourhood) return false;
+  visited = number == lastNeighbour + 1 ? visited + 1 : 1;
+  lastNeighbour = number;
+  return visited <= longestVisit;
 }
 
-SharedPicture FrameSource::convert(const CodedFrame& coded) {
-  if (!onDemand) onDemand = std::make_unique<ColourConverter>(clip.planes);
-  return toPicture(*onDemand, coded);
+SharedCodedFrame FrameSource::fetchCoded(int number) {
+  frames.setMemory(neighbourMemory);
+  return frames.fetch(number);
 }
+
+SharedPicture FrameSource::convert(const CodedFrame& coded) { return toPicture(onDemand, coded); }
 
 SharedPicture FrameSource::toPicture(ColourConverter& converter, const CodedFrame& coded) {
   SharedPicture picture = pool.take();
@@ -60,6 +73,7 @@ void FrameSource::start(int number) {
   stopping = ended = false;
   error = nullptr;
   nextNumber = number;
+  visited = 0;
   ready.clear();
   reader = std::thread([this, number] { readFrames(number); });
 }
@@ -76,15 +90,12 @@ void FrameSource::stop() {
 
 void FrameSource::readFrames(int number) {
   try {
-    if (!frames) frames = std::make_unique<IndexedReader>(clip, threads);
     ColourConverter converter(clip.planes);
-    CodedFrame coded;
-    for (; frames->read(number, &coded); ++number) {
+    while (const SharedCodedFrame coded = frames.fetch(number++)) {
       if (!waitForRoom()) return;
-      push(toPicture(converter, coded));
+      push(toPicture(converter, *coded));
     }
   } catch (...) {
-    frames.reset();
     const std::lock_guard<std::mutex> guard(lock);
     error = std::current_exception();
   }
@@ -95,7 +106,7 @@ void FrameSource::readFrames(int number) {
 
 bool FrameSource::waitForRoom() {
   std::unique_lock<std::mutex> guard(lock);
-  changed.wait(guard, [this] { return stopping || ready.size() < readAhead; });
+  changed.wait(guard, [this] { return stopping || static_cast<int>(ready.size()) < readAhead; });
   return !stopping;
 }
 

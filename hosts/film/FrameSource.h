@@ -10,16 +10,16 @@
 #include "film/CodedFrames.h"
 #include "film/ColourConverter.h"
 #include "film/FloatPicture.h"
-#include "film/IndexedReader.h"
 
 namespace film {
 
-/// Gives any frame of a clip by its number, always the same as decoding from the clip's start gives. Frames asked for
-/// in order come from a thread that decodes and converts ahead; others cost the way from the nearest place where
-/// decoding may begin.
+/// Gives any frame of a clip by its number, always the same as decoding from the clip's start gives.
 ///
-/// One caller at a time. Memory: the frames read ahead, the one given last, the coded frames once one was asked for,
-/// and what callers hold.
+/// Frames asked for in order come from a thread that decodes and converts ahead. The neighbours of where it stands are
+/// kept as coded and converted when they are asked for, without disturbing it. Anything else moves it.
+///
+/// One caller at a time. Memory: the frames read ahead, the one given last, once neighbours were asked for 256 MiB of
+/// coded frames, and what callers hold.
 class FrameSource {
  public:
   FrameSource(ClipContents clip, int threads);
@@ -32,16 +32,19 @@ class FrameSource {
   /// Frame `number`, or null when the clip has none such. Fails where the file can no longer be read as before.
   SharedPicture fetch(int number);
 
-  /// The same frame as it was coded. Those used last are kept, so this serves callers that go about in a frame's
-  /// neighbourhood; it doesn't disturb the reading ahead for `fetch`.
+  /// The same frame as it was coded.
   SharedCodedFrame fetchCoded(int number);
 
   /// What `fetch` gives for this frame of the clip.
   SharedPicture convert(const CodedFrame& coded);
 
  private:
-  static constexpr size_t readAhead = 2;  // with the one in the making
+  static constexpr int readAhead = 2;        // with the one in the making
+  static constexpr int neighbourhood = 120;  // frames to either side of where the thread stands
+  static constexpr int longestVisit = 24;    // neighbours in order; a caller that asks for more moves on from there
+  static constexpr std::size_t neighbourMemory = std::size_t{256} << 20;
 
+  bool isNeighbour(int number);
   void start(int number);
   void stop();
   void readFrames(int number);
@@ -51,15 +54,14 @@ class FrameSource {
   SharedPicture toPicture(ColourConverter& converter, const CodedFrame& coded);
 
   ClipContents clip;
-  int threads;
   PicturePool pool;
   SharedPicture current;
-  int nextNumber = 0;  // what the front of `ready` is or will be
+  int nextNumber = 0;     // what the front of `ready` is or will be
+  int lastNeighbour = 0;  // the one that was asked for last
+  int visited = 0;        // how many were asked for in order up to that one
+  ColourConverter onDemand;
 
-  std::unique_ptr<CodedFrames> codedFrames;  // made when first asked for, like the next one
-  std::unique_ptr<ColourConverter> onDemand;
-
-  std::unique_ptr<IndexedReader> frames;  // belongs to the thread while there is one
+  CodedFrames frames;
   std::thread reader;
   std::mutex lock;
   std::condition_variable changed;

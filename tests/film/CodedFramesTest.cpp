@@ -8,6 +8,8 @@
 namespace film {
 namespace {
 
+constexpr size_t frameBytes = 64 * 48 * 3 / 2;
+
 class CodedFramesTest : public testing::Test {
  protected:
   CodedFramesTest() {
@@ -18,10 +20,8 @@ class CodedFramesTest : public testing::Test {
   ClipContents contents;
 };
 
-constexpr size_t frameBytes = 64 * 48 * 3 / 2;
-
 TEST_F(CodedFramesTest, FramesComeByNumberAsCoded) {
-  CodedFrames frames(contents, 1);
+  CodedFrames frames(contents, 1, 100 * frameBytes);
   for (int number : {30, 29, 28, 31, 0, 39}) {
     const SharedCodedFrame coded = frames.fetch(number);
     ASSERT_NE(coded, nullptr);
@@ -46,7 +46,7 @@ TEST_F(CodedFramesTest, FramesUsedLastAreKept) {
 }
 
 TEST_F(CodedFramesTest, FramesThatWereDroppedCanBeHadAgain) {
-  CodedFrames frames(contents, 1, 1);
+  CodedFrames frames(contents, 1, 0);
   EXPECT_EQ(frames.capacity(), 4);
   const SharedCodedFrame held = frames.fetch(5);
   for (int number = 6; number < 40; ++number) frames.fetch(number);
@@ -58,7 +58,7 @@ TEST_F(CodedFramesTest, FramesThatWereDroppedCanBeHadAgain) {
 }
 
 TEST_F(CodedFramesTest, GoingBackwardsFindsWhatWasPassed) {
-  CodedFrames frames(contents, 1);
+  CodedFrames frames(contents, 1, 100 * frameBytes);
   frames.fetch(39);
   const int jumps = frames.jumps();
   for (int number = 38; number >= 0; --number) EXPECT_EQ(frames.fetch(number)->number, number);

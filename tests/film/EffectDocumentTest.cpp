@@ -103,7 +103,8 @@ TEST_F(EffectDocumentTest, KeepsTheIndexInLinesOfNumbers) {
       "times": "-1024 512*2 1024", "durations": "0*2 976 40", "order": "0 2 0 1",
       "checks": "000000ff1234567800000001fffffffe",
       "points": {"packets": "0 3", "times": "-9223372036854775808 -9223372036854775731", "positions": "48 -49",
-                 "checks": "abcdef0100000002"}})"));
+                 "checks": "abcdef0100000002"},
+      "check": "c0287608ec9d3c03"})"));
   const auto document = EffectDocument::Load(path);
   ASSERT_NE(document->index(), nullptr);
   EXPECT_EQ(*document->index(), *contents.index);
@@ -145,6 +146,8 @@ TEST_F(EffectDocumentTest, ADamagedIndexIsAsGoodAsNone) {
                                                                      {"/checks", "000000ff12345678000000010"},
                                                                      {"/checks", "000000ff1234567800000001fffffffg"},
                                                                      {"/checks", ""},
+                                                                     {"/checks", "000000ff1234567800000001ffffffff"},
+                                                                     {"/check", "0123456789abcdef"},
                                                                      {"/points", nullptr},
                                                                      {"/points/packets", "3 0"},
                                                                      {"/points/packets", "0 5"},

@@ -68,6 +68,30 @@ TEST_F(FrameSourceTest, AHeldPictureStaysAsItIs) {
   EXPECT_TRUE(first->samples == copy);
 }
 
+TEST_F(FrameSourceTest, NeighboursDoNotDisturbTheOrder) {
+  WriteTestClip(folder / "long.mp4", 60);
+  FrameSource source(ScanClip(folder / "long.mp4", ScanOptions{1}), 1);
+  for (int number = 0; number < 60; ++number) {
+    const SharedPicture picture = source.fetch(number);
+    ASSERT_NE(picture, nullptr);
+    for (int neighbour : {number - 7, number - 6, number + 4, number - 1, number + 1, number}) {
+      const SharedPicture other = source.fetch(neighbour);
+      ASSERT_EQ(other != nullptr, neighbour >= 0 && neighbour < 60);
+      if (!other) continue;
+      EXPECT_EQ(other->number, neighbour);
+      EXPECT_EQ(other->time, 512 * neighbour);
+      EXPECT_LT(DistanceFrom(neighbour, *other), 0.02) << neighbour;
+    }
+  }
+}
+
+TEST_F(FrameSourceTest, ASecondRunGivesTheSame) {
+  FrameSource source(contents, 1);
+  std::vector<std::vector<float>> first;
+  for (int number = 0; number < 20; ++number) first.push_back(source.fetch(number)->samples);
+  for (int number = 0; number < 20; ++number) EXPECT_TRUE(source.fetch(number)->samples == first[number]) << number;
+}
+
 TEST_F(FrameSourceTest, MayBeDroppedWhileItReadsAhead) {
   for (int i = 0; i < 5; ++i) FrameSource(contents, 2).fetch(i);
   const FrameSource untouched(contents, 2);
