@@ -123,6 +123,10 @@ bool ChildRun::read() {
   return false;
 }
 
+void ChildRun::interrupt() const {
+  if (process > 0) kill(process, SIGINT);
+}
+
 void ChildRun::wait() {
   int result = 0;
   while (waitpid(process, &result, 0) < 0 && errno == EINTR) continue;

@@ -24,6 +24,9 @@ class ChildRun {
   /// Reads what there is without waiting. False when the process has ended; `status` is known then.
   bool read();
 
+  /// Asks the process to stop, as Ctrl-C does.
+  void interrupt() const;
+
   /// What to wait on for more to read; -1 for a stream that has ended.
   int outFile() const { return out.file; }
   int errFile() const { return err.file; }

@@ -44,24 +44,27 @@ std::shared_ptr<std::FILE> openLog(const std::string& path) {
   return file;
 }
 
+/// Where the document of a clip lies; empty without a clip.
+std::string documentOf(const std::string& clip, const std::string& effectPath) {
+  SessionOptions options;
+  options.clip = clip;
+  options.effectPath = effectPath;
+  return clip.empty() ? "" : Session::DocumentPath(options);
+}
+
 /// The files that a command line names, or that go with its clip; empty names for those that it leaves out.
 std::vector<std::string> filesOf(const Arguments& arguments) {
   const SessionOptions& session = arguments.session;
   const ExportOptions& files = arguments.files;
-  return {session.clip,
-          session.clip.empty() ? "" : Session::DocumentPath(session),
-          arguments.log,
-          arguments.truth,
-          files.motion,
-          files.rotation,
-          files.confidence,
-          files.events,
-          files.gains,
-          files.compensation,
-          files.design,
-          arguments.render.out,
-          arguments.presetFile.clip,
-          arguments.presetFile.save};
+  const PresetsOptions& preset = arguments.presetFile;
+  return {session.clip,        documentOf(session.clip, session.effectPath),
+          preset.clip,         documentOf(preset.clip, preset.effectPath),
+          preset.save,         arguments.log,
+          arguments.truth,     files.motion,
+          files.rotation,      files.confidence,
+          files.events,        files.gains,
+          files.compensation,  files.design,
+          arguments.render.out};
 }
 
 ExitStatus runCommand(Arguments* arguments) {

@@ -103,15 +103,11 @@ SettingChange settingOf(const std::string& path, const std::string& name, const 
   }
 }
 
+// Settings that rule one another out are no fault here: a clip holds all of them too, and some are just not in use.
 std::vector<SettingChange> loadFile(const std::string& path) {
   std::vector<SettingChange> settings;
   const Json members = parse(path, readText(path));
   for (const auto& [name, value] : members.items()) settings.push_back(settingOf(path, name, value));
-  try {
-    CheckContradictions(settings);
-  } catch (const Failure& failure) {
-    throw Failure(path + ": " + failure.what());
-  }
   return settings;
 }
 

@@ -36,6 +36,15 @@ const double* find(const std::vector<SettingChange>& changes, unsigned id) {
   return nullptr;
 }
 
+void checkContradictions(const std::vector<SettingChange>& changes) {
+  const double *centre = find(changes, kCropCentre), *equal = find(changes, kCropEqual),
+               *aspect = find(changes, kCropAspect), *type = find(changes, kZoomType);
+  if (equal && *equal != 0 && ((centre && *centre != 0) || (aspect && *aspect != 0)))
+    throw Failure("--crop-equal on can't go with --crop-centre on or --crop-aspect on; choose one", kUsage);
+  if (find(changes, kVariableZoomAmount) && type && *type != 2)
+    throw Failure("--zoom-amount needs --zoom-type variable; leave one of the two away", kUsage);
+}
+
 }  // namespace
 
 const std::vector<SettingOption>& SettingOptions() {
@@ -77,21 +86,12 @@ double ReadSetting(const SettingOption& option, const std::string& text) {
   return value;
 }
 
-void CheckContradictions(const std::vector<SettingChange>& changes) {
-  const double *centre = find(changes, kCropCentre), *equal = find(changes, kCropEqual),
-               *aspect = find(changes, kCropAspect), *type = find(changes, kZoomType);
-  if (equal && *equal != 0 && ((centre && *centre != 0) || (aspect && *aspect != 0)))
-    throw Failure("--crop-equal on can't go with --crop-centre on or --crop-aspect on; choose one", kUsage);
-  if (find(changes, kVariableZoomAmount) && type && *type != 2)
-    throw Failure("--zoom-amount needs --zoom-type variable; leave one of the two away", kUsage);
-}
-
 std::vector<SettingChange> ReadSettings(const std::vector<std::string>& texts) {
   std::vector<SettingChange> changes;
   const std::vector<SettingOption>& options = SettingOptions();
   for (size_t i = 0; i < options.size() && i < texts.size(); ++i)
     if (!texts[i].empty()) changes.push_back({options[i].id, ReadSetting(options[i], texts[i])});
-  CheckContradictions(changes);
+  checkContradictions(changes);
   return changes;
 }
 

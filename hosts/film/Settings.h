@@ -36,9 +36,6 @@ double ReadSetting(const SettingOption& option, const std::string& text);
 /// What may be given: "one of off, on".
 std::string ChoiceText(const SettingOption& option);
 
-/// Fails with the status for wrong usage on settings that exclude each other.
-void CheckContradictions(const std::vector<SettingChange>& changes);
-
 /// The word, or the number, for a value.
 std::string SettingText(const SettingOption& option, double value);
 /// The same for programs.

@@ -159,22 +159,25 @@ void append(std::vector<Warning>* all, std::vector<Warning> more) {
 
 }  // namespace
 
-std::vector<Warning> MotionWarnings(const std::vector<float>& confidences) {
+std::vector<Warning> MotionWarnings(const std::vector<float>& confidences, const std::vector<double>& steps) {
   const int frames = static_cast<int>(confidences.size());
+  if (frames < 2) return {};
   const std::vector<Stretch> stretches = stretchesWithoutMotion(confidences);
   std::vector<Stretch> cuts, longer;
-  int without = 0;
+  int without =
+      static_cast<int>(std::count(steps.begin() + std::min<std::ptrdiff_t>(1, std::ssize(steps)), steps.end(), 0.0));
   for (size_t i = 0; i < stretches.size(); ++i) {
     without += stretches[i].length();
     (isCut(stretches, i, frames) ? cuts : longer).push_back(stretches[i]);
   }
-  if (frames > 1 && without >= hardlyAny * frames)
-    return {{"noMotion",
-             without,
-             {},
-             "no motion could be measured in " + std::to_string(without) + " of " + std::to_string(frames) +
-                 " frames, which stay as filmed; the picture needs details that stand still, such as corners, and " +
-                 "enough light"}};
+  if (without >= hardlyAny * frames)
+    return {
+        {"noMotion",
+         without,
+         {},
+         "no motion could be found in " + std::to_string(without) + " of " + std::to_string(frames) +
+             " frames, which stay as filmed; unless the picture stands still, it needs more light, or details such " +
+             "as corners"}};
   std::vector<Warning> warnings;
   if (!cuts.empty()) warnings.push_back(cutWarning(cuts));
   if (!longer.empty()) warnings.push_back(lowConfidenceWarning(longer));
@@ -239,7 +242,7 @@ std::vector<Warning> FindWarnings(Session& session) {
   append(&all, RepeatWarnings(RepeatedFrames(frames, steps), static_cast<int>(frames.size())));
   append(&all, GapWarnings(frames));
   if (analysed) {
-    append(&all, MotionWarnings(confidences));
+    append(&all, MotionWarnings(confidences, steps));
     append(&all, cropWarnings(session));
   }
   for (Warning& warning : all) warning.text.insert(0, session.contents().path + ": ");

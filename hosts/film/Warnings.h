@@ -18,8 +18,10 @@ struct Warning {
 };
 
 /// Stretches of frames without usable motion, from the confidences of frames 0, 1, ...: cuts, where one or two such
-/// frames lie between good ones, and longer ones; or that there is hardly any motion to be found at all.
-std::vector<Warning> MotionWarnings(const std::vector<float>& confidences);
+/// frames lie between good ones, and longer ones; or that there is hardly any motion to be found at all, which also
+/// shows in `steps`, the pixels that the picture moved to each frame: without any texture they are exactly 0. `steps`
+/// may be empty, and is negative where unknown.
+std::vector<Warning> MotionWarnings(const std::vector<float>& confidences, const std::vector<double>& steps);
 
 /// The frames that show the picture before them again: with the same samples, or coded anew, where the camera moves on
 /// before and after but hasn't moved at all in between. `steps`: how far the picture moved to each frame, in pixels;
