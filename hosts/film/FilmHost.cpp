@@ -1,5 +1,6 @@
 #include "film/FilmHost.h"
 
+#include <algorithm>
 #include <cmath>
 #include <utility>
 
@@ -43,13 +44,24 @@ bool FilmHost::hasTime(double time) const {
   return time >= 0 && (time < frameCount() || (interlaced() && time == frameCount()));
 }
 
-SharedPicture FilmHost::moment(double time) {
-  const AVFieldOrder order = source.contents().format.fieldOrder;
-  const bool behindTheEnd = time >= frameCount();
-  const SharedPicture frame = picture(behindTheEnd ? frameCount() - 1 : static_cast<int>(time));
+SharedPicture FilmHost::neighbour(int number) {
+  const std::lock_guard<std::mutex> guard(lock);
+  try {
+    const SharedCodedFrame coded = source.fetchCoded(number);
+    return coded ? source.convert(*coded) : nullptr;
+  } catch (...) {
+    trouble = std::current_exception();
+    return nullptr;
+  }
+}
+
+int FilmHost::frameAt(double time) const { return std::min(static_cast<int>(time), frameCount() - 1); }
+
+SharedPicture FilmHost::moment(double time, const SharedPicture& frame) {
   if (!frame) return nullptr;
+  const AVFieldOrder order = source.contents().format.fieldOrder;
   SharedPicture kept = moments.take();
-  const bool first = !behindTheEnd && time == std::floor(time);
+  const bool first = time < frameCount() && time == std::floor(time);
   KeepField(*frame, first ? FirstField(order) : SecondField(order), *kept);
   return kept;
 }
@@ -57,16 +69,19 @@ SharedPicture FilmHost::moment(double time) {
 bool FilmHost::getSourceBitmap(std::unique_ptr<FxImage>* bitmap, const FxRenderInfo&, double atTime) {
   bitmap->reset();
   if (!hasTime(atTime)) return false;
-  if (SharedPicture found = atTime < frameCount() ? picture(static_cast<int>(atTime)) : moment(atTime))
+  SharedPicture found = picture(frameAt(atTime));
+  if (atTime >= frameCount()) found = moment(atTime, found);
+  if (found)
     *bitmap = std::make_unique<FilmImage>(std::move(found), HostFieldAt(source.contents().format.fieldOrder, atTime));
   return *bitmap != nullptr;
 }
 
-bool FilmHost::getInputBitmap(std::unique_ptr<FxImage>* bitmap, const FxRenderInfo& withInfo, double atTime) {
-  if (!interlaced()) return getSourceBitmap(bitmap, withInfo, atTime);  // nothing stands before the effect
+bool FilmHost::getInputBitmap(std::unique_ptr<FxImage>* bitmap, const FxRenderInfo&, double atTime) {
   bitmap->reset();
   if (!hasTime(atTime)) return false;
-  if (SharedPicture found = moment(atTime))
+  SharedPicture found = neighbour(frameAt(atTime));  // nothing stands before the effect
+  if (interlaced()) found = moment(atTime, found);
+  if (found)
     *bitmap = std::make_unique<FilmImage>(std::move(found), HostFieldAt(source.contents().format.fieldOrder, atTime));
   return *bitmap != nullptr;
 }

@@ -64,7 +64,8 @@ class FilmHost : public FxAPIManager,
   /// Of an interlaced clip the frame with both of its fields, of which the effect takes the one of that time.
   bool getSourceBitmap(std::unique_ptr<FxImage>* bitmap, const FxRenderInfo& withInfo, double atTime) override;
   /// Of an interlaced clip the picture at that moment in all of its rows: the effect keeps the same rows of all frames
-  /// that it borrows from, whichever field they are asked at.
+  /// that it borrows from, whichever field they are asked at. Frames are kept as coded: the same neighbours are asked
+  /// for again and again.
   bool getInputBitmap(std::unique_ptr<FxImage>* bitmap, const FxRenderInfo& withInfo, double atTime) override;
 
  protected:
@@ -74,7 +75,9 @@ class FilmHost : public FxAPIManager,
   int frameCount() const { return source.contents().identity.frames; }
   bool interlaced() const { return source.contents().format.interlaced(); }
   bool hasTime(double time) const;
-  SharedPicture moment(double time);
+  SharedPicture moment(double time, const SharedPicture& frame);
+  SharedPicture neighbour(int number);
+  int frameAt(double time) const;
 
   FrameSource& source;
   ParameterStore& store;
