@@ -32,7 +32,10 @@ class ByteCheck {
  private:
   static constexpr std::uint64_t factor = 0x9e3779b97f4a7c15u;  // 2^64 over the golden ratio, odd
 
-  static std::uint64_t mix(std::uint64_t lane, std::uint64_t word) { return std::rotl((lane ^ word) * factor, 29); }
+  // The sum keeps a lane that became 0 from staying so over any number of zeros.
+  static std::uint64_t mix(std::uint64_t lane, std::uint64_t word) {
+    return std::rotl((lane ^ word) * factor, 29) + factor;
+  }
 
   std::uint64_t lanes[4] = {1, 2, 3, 4};
 };

@@ -54,6 +54,26 @@ TEST(ClipContents, TheIndexHoldsTheTimeAndTheLengthOfEachFrame) {
   EXPECT_EQ(contents.index->end, ClipEnd::Whole);
 }
 
+TEST(ClipContents, AVariableRateAndALateStartAreKept) {
+  const TestFolder folder;
+  for (const char* name : {"clip.mkv", "clip.mp4"}) {
+    MakeClip(folder / name, 30,
+             "-vf settb=1/1000,setpts='2000+40*N+10*mod(N\\,3)' -fps_mode passthrough -enc_time_base 1/1000 -copyts " +
+                 std::string(name == std::string("clip.mp4") ? "-video_track_timescale 1000 " : "") +
+                 "-c:v libx264 -bf 3");
+    const ClipContents contents = ScanClip(folder / name, ScanOptions{1});
+    ASSERT_EQ(contents.index->frames.size(), 30u) << name;
+    EXPECT_EQ(contents.firstTime, 2000);
+    for (int number = 0; number < 30; ++number) {
+      const IndexedFrame& frame = contents.index->frames[number];
+      EXPECT_EQ(frame.time, 2000 + 40 * number + 10 * (number % 3)) << name;
+      if (number < 29) {
+        EXPECT_EQ(frame.duration, number % 3 == 2 ? 20 : 50) << name;
+      }
+    }
+  }
+}
+
 TEST(ClipContents, AKnownIndexIsBelievedOnlyWhenThePacketsBearItOut) {
   const TestFolder folder;
   WriteTestClip(folder / "clip.mp4", 12);
