@@ -53,7 +53,7 @@ PlaneFormat fieldOf(const PlaneFormat& frame, int field) {
 template <class Byte>
 PlanesOf<Byte> fieldOf(const PlanesOf<Byte>& frame, int field) {
   PlanesOf<Byte> planes;
-  for (int p = 0; p < 3; ++p) {
+  for (int p = 0; p < 4; ++p) {
     planes.data[p] = frame.data[p] + field * frame.stride[p];
     planes.stride[p] = 2 * frame.stride[p];
   }
@@ -62,28 +62,32 @@ PlanesOf<Byte> fieldOf(const PlanesOf<Byte>& frame, int field) {
 
 }  // namespace
 
-ColourConverter::ColourConverter(const PlaneFormat& planeFormat)
-    : ColourConverter(planeFormat, planeFormat.chromaHeight()) {
+ColourConverter::ColourConverter(const PlaneFormat& planeFormat, bool premultiplied)
+    : ColourConverter(planeFormat, planeFormat.chromaHeight(), premultiplied) {
   if (!hasFieldChroma(format)) return;
   for (int field = 0; field < 2; ++field)
-    fields.push_back(ColourConverter(fieldOf(format, field), rowsOf(field, format.chromaHeight())));
+    fields.push_back(ColourConverter(fieldOf(format, field), rowsOf(field, format.chromaHeight()), premultiplied));
 }
 
-ColourConverter::ColourConverter(const PlaneFormat& planeFormat, int rows)
+ColourConverter::ColourConverter(const PlaneFormat& planeFormat, int rows, bool premultiplied)
     : format(planeFormat),
       chromaRows(rows),
       axisX(format.halfWidth, format.sitingX),
       axisY(format.halfHeight, format.sitingY),
       largestCode(std::ldexp(1.0f, format.bits) - 1.0f) {
   const float unit = std::ldexp(1.0f, format.bits - 8);
-  lumaScale = format.fullRange ? largestCode : 219.0f * unit;
-  lumaOffset = format.fullRange ? 0.0f : 16.0f * unit;
+  const bool allCodes = format.fullRange || format.rgb;
+  lumaScale = allCodes ? largestCode : 219.0f * unit;
+  lumaOffset = allCodes ? 0.0f : 16.0f * unit;
   chromaScale = format.fullRange ? largestCode : 224.0f * unit;
   chromaOffset = 128.0f * unit;
   const size_t width = static_cast<size_t>(format.width), chromaWidth = static_cast<size_t>(format.chromaWidth());
   luma.resize(width);
+  if (format.alpha) opacity.resize(width);
+  if (format.alpha && premultiplied) straight.resize(4 * width);
   if (format.grey) return;
   for (std::vector<float>& row : chroma) row.resize(width);
+  if (format.rgb) return;
   coarse.resize(chromaWidth);
   coarseBelow.resize(chromaWidth);
   for (std::vector<float>& buffer : kept) buffer.resize(chromaWidth * keptRows);
@@ -95,18 +99,53 @@ void ColourConverter::toFloat(const ConstPlanes& planes, float* argb, std::ptrdi
       fields[field].toFloat(fieldOf(planes, field), rowOf(argb, field, rowBytes), 2 * rowBytes);
     return;
   }
-  const float kr = static_cast<float>(format.kr), kb = static_cast<float>(format.kb);
   for (int row = 0; row < format.height; ++row) {
     float* out = rowOf(argb, row, rowBytes);
-    readRow(planes.data[0], planes.stride[0], row, format.bits > 8, format.width, 1.0f / lumaScale,
-            -lumaOffset / lumaScale, luma.data());
-    if (format.grey) {
-      JoinGreyRow(luma.data(), format.width, out);
-      continue;
-    }
-    for (int plane = 1; plane < 3; ++plane) blendChroma(planes, plane, row, chroma[plane - 1].data());
-    JoinRow(luma.data(), chroma[0].data(), chroma[1].data(), format.width, kr, kb, out);
+    if (format.rgb)
+      readRgb(planes, row, out);
+    else
+      readLumaAndChroma(planes, row, out);
+    if (format.alpha) readOpacity(planes, row, out);
   }
+}
+
+void ColourConverter::readLumaAndChroma(const ConstPlanes& planes, int row, float* argb) {
+  readRow(planes.data[0], planes.stride[0], row, format.bits > 8, format.width, 1.0f / lumaScale,
+          -lumaOffset / lumaScale, luma.data());
+  if (format.grey) {
+    JoinGreyRow(luma.data(), format.width, argb);
+    return;
+  }
+  for (int plane = 1; plane < 3; ++plane) blendChroma(planes, plane, row, chroma[plane - 1].data());
+  JoinRow(luma.data(), chroma[0].data(), chroma[1].data(), format.width, static_cast<float>(format.kr),
+          static_cast<float>(format.kb), argb);
+}
+
+void ColourConverter::readRgb(const ConstPlanes& planes, int row, float* argb) {
+  float* const rows[3] = {luma.data(), chroma[0].data(), chroma[1].data()};
+  for (int c = 0; c < 3; ++c)
+    readRow(planes.data[c], planes.stride[c], row, format.bits > 8, format.width, 1.0f / lumaScale, 0.0f, rows[c]);
+  JoinRgbRow(rows[0], rows[1], rows[2], format.width, argb);
+}
+
+void ColourConverter::readOpacity(const ConstPlanes& planes, int row, float* argb) {
+  readRow(planes.data[3], planes.stride[3], row, format.bits > 8, format.width, 1.0f / largestCode, 0.0f,
+          opacity.data());
+  JoinAlphaRow(opacity.data(), format.width, argb);
+}
+
+void ColourConverter::writeRgb(const float* argb, int row, const Planes& planes) {
+  float* const rows[3] = {luma.data(), chroma[0].data(), chroma[1].data()};
+  SplitRgbRow(argb, format.width, rows[0], rows[1], rows[2]);
+  for (int c = 0; c < 3; ++c)
+    writeRow(rows[c], format.width, lumaScale, 0.0f, largestCode, format.bits > 8, planes.data[c], planes.stride[c],
+             row);
+}
+
+void ColourConverter::writeOpacity(const float* argb, int row, const Planes& planes) {
+  SplitAlphaRow(argb, format.width, opacity.data());
+  writeRow(opacity.data(), format.width, largestCode, 0.0f, largestCode, format.bits > 8, planes.data[3],
+           planes.stride[3], row);
 }
 
 void ColourConverter::toCodes(const float* argb, std::ptrdiff_t rowBytes, const Planes& planes) {
@@ -119,6 +158,15 @@ void ColourConverter::toCodes(const float* argb, std::ptrdiff_t rowBytes, const 
   int nextChromaRow = 0;
   for (int row = 0; row < format.height; ++row) {
     const float* in = rowOf(argb, row, rowBytes);
+    if (format.alpha) writeOpacity(in, row, planes);
+    if (!straight.empty()) {
+      UnpremultiplyRow(in, format.width, straight.data());
+      in = straight.data();
+    }
+    if (format.rgb) {
+      writeRgb(in, row, planes);
+      continue;
+    }
     if (format.grey) {
       SplitGreyRow(in, format.width, kr, kb, luma.data());
     } else {

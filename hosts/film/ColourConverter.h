@@ -12,7 +12,8 @@ namespace film {
 ///
 /// Nothing is rounded or clipped on the way to floats: codes outside the nominal range become values below 0 or above
 /// 1. So luma comes back to the very code, whatever the chroma is, and since `ChromaAxis` pairs its filters to that
-/// end, so does chroma (all but the last sample of an odd size with chroma between the samples).
+/// end, so does chroma (all but the last sample of an odd size with chroma between the samples). Red, green and blue
+/// come back too.
 ///
 /// An interlaced picture with halved rows of chroma is worked on as two pictures, one a field, so that no chroma row
 /// is made from both moments. What is midway between the rows of a frame lies a quarter of the way down from the top
@@ -21,19 +22,27 @@ namespace film {
 /// One object serves one thread at a time; it holds the row buffers.
 class ColourConverter {
  public:
-  explicit ColourConverter(const PlaneFormat& format);
+  /// `premultiplied`: colours that `toCodes` gets are weighed with their a, and are to be stored without that weight.
+  explicit ColourConverter(const PlaneFormat& format, bool premultiplied = false);
 
-  /// Fills `argb`, `rowBytes` from row to row, with a = 1. Nominal black is 0 and white 1.
+  /// Fills `argb`, `rowBytes` from row to row, with a = 1 where the format has no opacity. Nominal black is 0 and white
+  /// 1.
   void toFloat(const ConstPlanes& planes, float* argb, std::ptrdiff_t rowBytes);
 
-  /// The nearest codes, clipped to those that the depth has; `a` isn't read, and what is not a number becomes code 0.
+  /// The nearest codes, clipped to those that the depth has; what is not a number becomes code 0. `a` is read where
+  /// the format has opacity.
   void toCodes(const float* argb, std::ptrdiff_t rowBytes, const Planes& planes);
 
  private:
   static constexpr int keptRows = 8;  // more than the rows that one chroma row is made from
 
-  ColourConverter(const PlaneFormat& format, int chromaRows);
+  ColourConverter(const PlaneFormat& format, int chromaRows, bool premultiplied);
 
+  void readLumaAndChroma(const ConstPlanes& planes, int row, float* argb);
+  void readRgb(const ConstPlanes& planes, int row, float* argb);
+  void readOpacity(const ConstPlanes& planes, int row, float* argb);
+  void writeRgb(const float* argb, int row, const Planes& planes);
+  void writeOpacity(const float* argb, int row, const Planes& planes);
   void readChromaRow(const ConstPlanes& planes, int plane, int row, float* values);
   void blendChroma(const ConstPlanes& planes, int plane, int row, float* full);
   void keepChroma(const float* full, int row, float* kept);
@@ -46,6 +55,7 @@ class ColourConverter {
   ChromaAxis axisX, axisY;
   float lumaScale, lumaOffset, chromaScale, chromaOffset, largestCode;
   std::vector<float> luma, chroma[2];      // one row in full width
+  std::vector<float> opacity, straight;    // the same; empty where there is none
   std::vector<float> coarse, coarseBelow;  // one row in chroma width
   std::vector<float> kept[2];              // `keptRows` rows in chroma width, row r at r % keptRows
 };

@@ -95,6 +95,42 @@ VORN_VECTOR_CLONES void SplitGreyRow(const float* __restrict argb, int width, fl
   for (int i = 0; i < width; ++i) luma[i] = kr * argb[4 * i + 1] + kg * argb[4 * i + 2] + kb * argb[4 * i + 3];
 }
 
+VORN_VECTOR_CLONES void JoinRgbRow(const float* __restrict red, const float* __restrict green,
+                                   const float* __restrict blue, int width, float* __restrict argb) {
+  for (int i = 0; i < width; ++i) {
+    argb[4 * i] = 1.0f;
+    argb[4 * i + 1] = red[i];
+    argb[4 * i + 2] = green[i];
+    argb[4 * i + 3] = blue[i];
+  }
+}
+
+VORN_VECTOR_CLONES void SplitRgbRow(const float* __restrict argb, int width, float* __restrict red,
+                                    float* __restrict green, float* __restrict blue) {
+  for (int i = 0; i < width; ++i) {
+    red[i] = argb[4 * i + 1];
+    green[i] = argb[4 * i + 2];
+    blue[i] = argb[4 * i + 3];
+  }
+}
+
+VORN_VECTOR_CLONES void JoinAlphaRow(const float* __restrict alpha, int width, float* __restrict argb) {
+  for (int i = 0; i < width; ++i) argb[4 * i] = alpha[i];
+}
+
+VORN_VECTOR_CLONES void SplitAlphaRow(const float* __restrict argb, int width, float* __restrict alpha) {
+  for (int i = 0; i < width; ++i) alpha[i] = argb[4 * i];
+}
+
+VORN_VECTOR_CLONES void UnpremultiplyRow(const float* __restrict argb, int width, float* __restrict straight) {
+  for (int i = 0; i < width; ++i) {
+    const float a = argb[4 * i];
+    const float divisor = a > 0.0f && a < 1.0f ? a : 1.0f;
+    straight[4 * i] = a;
+    for (int c = 1; c < 4; ++c) straight[4 * i + c] = argb[4 * i + c] / divisor;
+  }
+}
+
 VORN_VECTOR_CLONES void BlendRows(const float* first, const float* second, int width, float a, float b, float* blend) {
   for (int i = 0; i < width; ++i) blend[i] = first[i] * a + second[i] * b;
 }

@@ -24,6 +24,17 @@ void JoinGreyRow(const float* luma, int width, float* argb);
 void SplitRow(const float* argb, int width, float kr, float kb, float* luma, float* cb, float* cr);
 void SplitGreyRow(const float* argb, int width, float kr, float kb, float* luma);
 
+/// Red, green and blue to a, r, g, b with a = 1, and back.
+void JoinRgbRow(const float* red, const float* green, const float* blue, int width, float* argb);
+void SplitRgbRow(const float* argb, int width, float* red, float* green, float* blue);
+
+/// Puts opacities into a row of a, r, g, b, and takes them out.
+void JoinAlphaRow(const float* alpha, int width, float* argb);
+void SplitAlphaRow(const float* argb, int width, float* alpha);
+
+/// Divides the colours by a where a lies between 0 and 1.
+void UnpremultiplyRow(const float* argb, int width, float* straight);
+
 /// first * a + second * b
 void BlendRows(const float* first, const float* second, int width, float a, float b, float* blend);
 

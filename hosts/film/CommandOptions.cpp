@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "film/EncoderTable.h"
 #include "film/Interrupt.h"
 #include "film/Settings.h"
 
@@ -111,11 +112,40 @@ void AddRenderOptions(CLI::App* command, Arguments* arguments) {
         return name.empty() ? "the name of the file to write is empty; give one that ends in .mp4" : "";
       });
   command->add_flag("--force", arguments->render.force, "replace OUT if it exists");
+  EncoderOptions& encoder = arguments->render.encoder;
+  const char* group = "Encoding, which follows the clip unless told otherwise";
+  std::string codecs;
+  for (const std::string& name : CodecNames()) codecs += (codecs.empty() ? "" : "|") + name;
+  command->add_option("--codec", encoder.codec, "what OUT is encoded as; the clip's own codec unless given")
+      ->type_name(codecs)
+      ->group(group);
   command
-      ->add_option("--crf", arguments->render.encoder.crf,
-                   "quality: 0 lossless, 17 looks lossless (used unless given), 51 worst")
+      ->add_option(
+          "--crf", encoder.crf,
+          "quality with h264 and hevc, and up to 63 with vp9 and av1: 0 best, 17 looks lossless (about what is "
+          "used unless given), 51 worst")
       ->type_name("0..51")
-      ->check(CLI::Range(0.0, 51.0).description(""));
+      ->check(CLI::Range(0.0, 63.0).description(""))
+      ->group(group);
+  command
+      ->add_flag("--lossless", encoder.lossless,
+                 "every code comes back, at many times the size: with h264, hevc, vp9, av1, ffv1 and the codecs named "
+                 "after it that know nothing else")
+      ->excludes("--crf")
+      ->group(group);
+  command
+      ->add_flag("--alpha", encoder.alpha,
+                 "keep the area that --rendering natural leaves empty transparent: prores (the default then), png and "
+                 "qtrle in a .mov, ffv1 in a .mkv, vp9 in a .webm")
+      ->group(group);
+  command
+      ->add_option("--encoder-option", encoder.extras,
+                   "an option of the encoder's own, such as tune=grain; may be given again")
+      ->type_name("NAME=VALUE")
+      ->expected(1)
+      ->allow_extra_args(false)
+      ->multi_option_policy(CLI::MultiOptionPolicy::TakeAll)
+      ->group(group);
   AddPresetOption(command, arguments);
 }
 

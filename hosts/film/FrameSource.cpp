@@ -4,19 +4,6 @@
 #include <utility>
 
 namespace film {
-namespace {
-
-ConstPlanes planesOf(const AVFrame& frame) {
-  ConstPlanes planes;
-  for (int p = 0; p < 3; ++p) {
-    planes.data[p] = frame.data[p];
-    planes.stride[p] = frame.linesize[p];
-  }
-  return planes;
-}
-
-}  // namespace
-
 FrameSource::FrameSource(ClipContents clipContents, int decoderThreads)
     : clip(std::move(clipContents)),
       pool(clip.format.width, clip.format.height),
@@ -60,9 +47,9 @@ SharedCodedFrame FrameSource::fetchCoded(int number) {
 
 SharedPicture FrameSource::convert(const CodedFrame& coded) { return toPicture(onDemand, coded); }
 
-SharedPicture FrameSource::toPicture(ColourConverter& converter, const CodedFrame& coded) {
+SharedPicture FrameSource::toPicture(Converter& converter, const CodedFrame& coded) {
   SharedPicture picture = pool.take();
-  converter.toFloat(planesOf(*coded.frame), picture->samples.data(), picture->rowBytes());
+  converter.colours.toFloat(converter.planes.read(*coded.frame), picture->samples.data(), picture->rowBytes());
   picture->number = coded.number;
   picture->time = coded.time;
   picture->duration = coded.duration;
@@ -90,7 +77,7 @@ void FrameSource::stop() {
 
 void FrameSource::readFrames(int number) {
   try {
-    ColourConverter converter(clip.planes);
+    Converter converter(clip.planes);
     while (const SharedCodedFrame coded = frames.fetch(number++)) {
       if (!waitForRoom()) return;
       push(toPicture(converter, *coded));

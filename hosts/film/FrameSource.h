@@ -10,6 +10,7 @@
 #include "film/CodedFrames.h"
 #include "film/ColourConverter.h"
 #include "film/FloatPicture.h"
+#include "film/FramePlanes.h"
 
 namespace film {
 
@@ -44,6 +45,13 @@ class FrameSource {
   static constexpr int longestVisit = 24;    // neighbours in order; a caller that asks for more moves on from there
   static constexpr std::size_t neighbourMemory = std::size_t{256} << 20;
 
+  /// What turns coded frames into pictures; for one thread.
+  struct Converter {
+    explicit Converter(const PlaneFormat& format) : colours(format) {}
+    FramePlanes planes;
+    ColourConverter colours;
+  };
+
   bool isNeighbour(int number);
   void start(int number);
   void stop();
@@ -51,7 +59,7 @@ class FrameSource {
   bool waitForRoom();
   void push(SharedPicture picture);
   SharedPicture pop();
-  SharedPicture toPicture(ColourConverter& converter, const CodedFrame& coded);
+  SharedPicture toPicture(Converter& converter, const CodedFrame& coded);
 
   ClipContents clip;
   PicturePool pool;
@@ -59,7 +67,7 @@ class FrameSource {
   int nextNumber = 0;     // what the front of `ready` is or will be
   int lastNeighbour = 0;  // the one that was asked for last
   int visited = 0;        // how many were asked for in order up to that one
-  ColourConverter onDemand;
+  Converter onDemand;
 
   CodedFrames frames;
   std::thread reader;

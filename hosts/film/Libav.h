@@ -4,6 +4,8 @@ extern "C" {
 #include <libavcodec/avcodec.h>
 #include <libavformat/avformat.h>
 #include <libavutil/display.h>
+#include <libavutil/mastering_display_metadata.h>
+#include <libavutil/opt.h>
 #include <libavutil/pixdesc.h>
 }
 
@@ -19,10 +21,16 @@ struct LibavDelete {
   void operator()(AVPacket* packet) const { av_packet_free(&packet); }
   void operator()(AVFormatContext* input) const { avformat_close_input(&input); }
 };
+/// A file to be written whose bytes go somewhere that somebody else owns.
+struct LibavDeleteOutput {
+  void operator()(AVFormatContext* output) const { avformat_free_context(output); }
+};
 using CodecContext = std::unique_ptr<AVCodecContext, LibavDelete>;
 using Frame = std::unique_ptr<AVFrame, LibavDelete>;
 using Packet = std::unique_ptr<AVPacket, LibavDelete>;
 using InputFile = std::unique_ptr<AVFormatContext, LibavDelete>;
+
+using OutputFormat = std::unique_ptr<AVFormatContext, LibavDeleteOutput>;
 
 inline Frame MakeFrame() { return Frame(av_frame_alloc()); }
 inline Packet MakePacket() { return Packet(av_packet_alloc()); }

@@ -1,19 +1,34 @@
 #pragma once
 
 #include <map>
+#include <optional>
 #include <string>
 #include <vector>
 
+#include "film/ClipDescription.h"
+#include "film/Container.h"
 #include "film/Libav.h"
 
 namespace film {
 
-/// Carries a clip's streams other than the video from the clip to the output, packet by packet, as they are.
+/// Carries a clip's streams other than the film from the clip to the output, packet by packet, as they are: sound,
+/// subtitles, data, attached files, cover pictures, further films.
 class PacketCopier {
  public:
-  /// Opens the clip anew and adds to `output` a stream for each that its container takes. `videoStream`: the index of
-  /// the one that isn't copied.
-  PacketCopier(const std::string& clipPath, int videoStream, AVFormatContext& output);
+  /// Opens the clip anew. `film`: the index of the stream that isn't copied.
+  PacketCopier(const std::string& clipPath, int film);
+
+  /// The clip as opened here, and its film.
+  const AVFormatContext& source() const { return *input; }
+  const AVStream& film() const { return *input->streams[filmIndex]; }
+
+  /// Whether the film's time code lies in a stream that QuickTime files get from the film's metadata.
+  const AVStream* timeCodeTrack() const { return timeCode; }
+
+  /// Adds to `output`, which holds nothing yet, a stream for each that `container` takes, in the clip's order. The film
+  /// gets its stream too, which is returned; its parameters are `filmParameters`.
+  AVStream& addStreams(const Container& container, const AVCodecParameters& filmParameters, AVRational timeBase,
+                       AVFormatContext& output);
 
   /// What isn't copied and why, in words.
   const std::vector<std::string>& leftOut() const { return refused; }
@@ -21,31 +36,36 @@ class PacketCopier {
   /// How many packets were left out because they are too damaged to be put into the output.
   int damagedPackets() const { return damaged; }
 
-  /// The clip as opened here.
-  const AVFormatContext& source() const { return *input; }
-
-  /// Only packets that begin at `first` seconds or later and before `last` are copied, `first` becoming 0.
-  void setSpan(double first, double last);
+  /// Only packets that begin within the span are copied.
+  void setSpan(const CopiedSpan& copiedSpan) { span = copiedSpan; }
 
   /// Writes all packets up to `seconds` of the output's time; they go between the pictures that way.
   /// An FFmpeg error code, or 0.
   int copyUntil(double seconds);
 
  private:
-  void addStream(const AVStream& source, AVFormatContext& output);
+  /// A stream of the output and what its packets need.
+  struct Target {
+    int index = 0;
+    bool cover = false;
+  };
+
+  bool isCopied(const AVStream& stream) const;
+  bool keepsIds(const Container& container) const;
+  bool addStream(const AVStream& stream, const Container& container, const AVCodecParameters& filmParameters,
+                 AVRational timeBase);
   int writePacket();
 
-  AVFormatContext* output;
+  AVFormatContext* output = nullptr;
   InputFile input;
+  int filmIndex;
+  const AVStream* timeCode = nullptr;
   Packet packet;
-  std::map<int, int> targets;  // output stream by input stream
+  std::map<int, Target> targets;  // by the clip's streams
   std::vector<std::string> refused;
-  double spanFirst, spanLast, shift = 0.0;
+  std::optional<CopiedSpan> span;
   int damaged = 0;
   bool packetInHand = false, ended = false;
 };
-
-/// Copies what a stream carries beside its packets: rotation and other side data, language, title, disposition.
-void CopyStreamDescription(const AVStream& source, AVStream& target);
 
 }  // namespace film

@@ -14,6 +14,8 @@ struct PlaneFormat {
   int width = 0, height = 0;        ///< luma samples
   int bits = 8;                     ///< 8 to 16; above 8 a sample is a 16-bit word in the machine's byte order
   bool grey = false;                ///< no chroma planes
+  bool rgb = false;                 ///< the planes are red, green and blue, each over all codes
+  bool alpha = false;               ///< a plane of opacity beside them, over all codes
   bool halfWidth = false;           ///< chroma has one column for two of luma, rounded up
   bool halfHeight = false;          ///< chroma has one row for two of luma, rounded up
   bool interlaced = false;          ///< luma and chroma rows belong to the top and the bottom field in turn
@@ -27,11 +29,12 @@ struct PlaneFormat {
   int sampleBytes() const { return bits > 8 ? 2 : 1; }
 };
 
-/// Y, Cb and Cr planes in someone else's memory; `stride` is bytes from one row to the next. Grey uses the first only.
+/// Y, Cb and Cr planes, or red, green and blue ones, in someone else's memory; `stride` is bytes from one row to the
+/// next. Grey uses the first only. The fourth is opacity.
 template <class Byte>
 struct PlanesOf {
-  Byte* data[3] = {nullptr, nullptr, nullptr};
-  std::ptrdiff_t stride[3] = {0, 0, 0};
+  Byte* data[4] = {nullptr, nullptr, nullptr, nullptr};
+  std::ptrdiff_t stride[4] = {0, 0, 0, 0};
 };
 using Planes = PlanesOf<std::uint8_t>;
 using ConstPlanes = PlanesOf<const std::uint8_t>;

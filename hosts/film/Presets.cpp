@@ -7,6 +7,7 @@
 #include <fstream>
 #include <set>
 
+#include "film/EncoderTable.h"
 #include "film/Failure.h"
 #include "planning/MotionProcessorFCPX.h"
 #include "plugin/OrvaneFCPXPlugIn.h"
@@ -19,9 +20,6 @@ using Json = nlohmann::ordered_json;
 
 constexpr std::uintmax_t largestFile = 1 << 20;  // bytes; a preset takes a few hundred
 constexpr int deepest = 32;                      // levels of a value that is read only to be refused
-
-constexpr const char* speeds[] = {"ultrafast", "superfast", "veryfast", "faster",  "fast",
-                                  "medium",    "slow",      "slower",   "veryslow"};
 
 constexpr double off = 0, on = 1;
 
@@ -153,7 +151,8 @@ const std::vector<Preset>& BuiltInPresets() {
 }
 
 bool IsEncoderSpeed(const std::string& word) {
-  return std::find(std::begin(speeds), std::end(speeds), word) != std::end(speeds);
+  const std::vector<EncoderKind>& kinds = EncoderKinds();
+  return std::any_of(kinds.begin(), kinds.end(), [&](const EncoderKind& kind) { return HasSpeed(kind, word); });
 }
 
 std::vector<SettingChange> LoadPreset(const std::string& word) {

@@ -1,5 +1,7 @@
 #include "film/VideoFormat.h"
 
+#include "film/FramePlanes.h"
+
 namespace film {
 namespace {
 
@@ -33,49 +35,28 @@ void setSiting(AVChromaLocation siting, PlaneFormat* planes) {
   if (siting == AVCHROMA_LOC_BOTTOMLEFT || siting == AVCHROMA_LOC_BOTTOM) planes->sitingY = Siting::Second;
 }
 
-/// The old names of full range formats.
-AVPixelFormat withoutRange(AVPixelFormat format) {
-  switch (format) {
-    case AV_PIX_FMT_YUVJ420P:
-      return AV_PIX_FMT_YUV420P;
-    case AV_PIX_FMT_YUVJ422P:
-      return AV_PIX_FMT_YUV422P;
-    case AV_PIX_FMT_YUVJ444P:
-      return AV_PIX_FMT_YUV444P;
-    default:
-      return format;
-  }
-}
-
-bool hasSeparatePlanes(const AVPixFmtDescriptor& description) {
-  constexpr std::uint64_t refused = AV_PIX_FMT_FLAG_PAL | AV_PIX_FMT_FLAG_BITSTREAM | AV_PIX_FMT_FLAG_HWACCEL |
-                                    AV_PIX_FMT_FLAG_RGB | AV_PIX_FMT_FLAG_BAYER | AV_PIX_FMT_FLAG_FLOAT;
-  if (description.flags & refused) return false;
-  const int depth = description.comp[0].depth, bytes = depth > 8 ? 2 : 1;
-  if (depth < 8 || depth > 16 || (bytes == 2 && (description.flags & AV_PIX_FMT_FLAG_BE) != 0)) return false;
-  const int colours = description.nb_components >= 3 ? 3 : 1;
-  for (int c = 0; c < colours; ++c) {
-    const AVComponentDescriptor& component = description.comp[c];
-    if (component.plane != c || component.step != bytes || component.offset != 0 || component.shift != 0 ||
-        component.depth != depth)
-      return false;
-  }
-  return true;
+template <class Record>
+std::optional<Record> sideDataOf(const AVFrame& frame, AVFrameSideDataType type) {
+  const AVFrameSideData* data = av_frame_get_side_data(&frame, type);
+  return data ? std::optional<Record>(*reinterpret_cast<const Record*>(data->data)) : std::nullopt;
 }
 
 }  // namespace
 
 std::optional<PlaneFormat> PlaneFormatOf(const VideoFormat& format) {
-  const AVPixFmtDescriptor* description = av_pix_fmt_desc_get(format.pixelFormat);
-  if (!description || !hasSeparatePlanes(*description)) return std::nullopt;
-  const bool grey = description->nb_components < 3;
-  const int x = grey ? 0 : description->log2_chroma_w, y = grey ? 0 : description->log2_chroma_h;
-  if (x > 1 || y > x) return std::nullopt;
+  if (!FramePlanes::Supports(format.pixelFormat)) return std::nullopt;
+  const AVPixFmtDescriptor& description = *av_pix_fmt_desc_get(format.pixelFormat);
+  const bool palette = (description.flags & AV_PIX_FMT_FLAG_PAL) != 0;
   PlaneFormat planes;
+  planes.rgb = palette || (description.flags & AV_PIX_FMT_FLAG_RGB) != 0;
+  planes.alpha = !palette && (description.flags & AV_PIX_FMT_FLAG_ALPHA) != 0;
+  planes.grey = !planes.rgb && description.nb_components < 3;
+  const bool coarse = !planes.grey && !planes.rgb;
+  const int x = coarse ? description.log2_chroma_w : 0, y = coarse ? description.log2_chroma_h : 0;
+  if (x > 1 || y > x) return std::nullopt;
   planes.width = format.width;
   planes.height = format.height;
-  planes.bits = description->comp[0].depth;
-  planes.grey = grey;
+  planes.bits = description.comp[0].depth;
   planes.halfWidth = x == 1;
   planes.halfHeight = y == 1;
   planes.interlaced = format.interlaced();
@@ -89,7 +70,7 @@ VideoFormat VideoFormatOf(const AVFrame& frame) {
   VideoFormat format;
   format.width = frame.width;
   format.height = frame.height;
-  format.pixelFormat = withoutRange(static_cast<AVPixelFormat>(frame.format));
+  format.pixelFormat = WithoutRange(static_cast<AVPixelFormat>(frame.format));
   format.range = format.pixelFormat == frame.format ? frame.color_range : AVCOL_RANGE_JPEG;
   format.primaries = frame.color_primaries;
   format.transfer = frame.color_trc;
@@ -98,23 +79,22 @@ VideoFormat VideoFormatOf(const AVFrame& frame) {
   format.sampleAspect = frame.sample_aspect_ratio;
   format.fieldOrder = AV_FIELD_PROGRESSIVE;
   if (frame.interlaced_frame) format.fieldOrder = frame.top_field_first ? AV_FIELD_TT : AV_FIELD_BB;
+  format.mastering = sideDataOf<AVMasteringDisplayMetadata>(frame, AV_FRAME_DATA_MASTERING_DISPLAY_METADATA);
+  format.light = sideDataOf<AVContentLightMetadata>(frame, AV_FRAME_DATA_CONTENT_LIGHT_LEVEL);
   return format;
 }
 
-AVPixelFormat EncodedPixelFormat(const VideoFormat& format) {
-  const std::optional<PlaneFormat> planes = PlaneFormatOf(format);
-  if (!planes) return AV_PIX_FMT_NONE;
-  for (const AVPixFmtDescriptor* d = av_pix_fmt_desc_next(nullptr); d; d = av_pix_fmt_desc_next(d)) {
-    VideoFormat candidate = format;
-    candidate.pixelFormat = av_pix_fmt_desc_get_id(d);
-    const std::optional<PlaneFormat> other = PlaneFormatOf(candidate);
-    if (!other || withoutRange(candidate.pixelFormat) != candidate.pixelFormat) continue;
-    if (d->nb_components != (planes->grey ? 1 : 3)) continue;
-    if (other->bits == planes->bits && other->grey == planes->grey && other->halfWidth == planes->halfWidth &&
-        other->halfHeight == planes->halfHeight)
-      return candidate.pixelFormat;
+AVPixelFormat WithoutRange(AVPixelFormat format) {
+  switch (format) {
+    case AV_PIX_FMT_YUVJ420P:
+      return AV_PIX_FMT_YUV420P;
+    case AV_PIX_FMT_YUVJ422P:
+      return AV_PIX_FMT_YUV422P;
+    case AV_PIX_FMT_YUVJ444P:
+      return AV_PIX_FMT_YUV444P;
+    default:
+      return format;
   }
-  return AV_PIX_FMT_NONE;
 }
 
 }  // namespace film

@@ -21,18 +21,22 @@ struct VideoFormat {
   /// else for whole frames.
   AVFieldOrder fieldOrder = AV_FIELD_UNKNOWN;
 
+  std::optional<AVMasteringDisplayMetadata> mastering;  ///< the screen that the clip was graded on
+  std::optional<AVContentLightMetadata> light;          ///< its brightest pixel and brightest frame
+
   bool interlaced() const { return fieldOrder == AV_FIELD_TT || fieldOrder == AV_FIELD_BB; }
 };
 
-/// The planes behind `format`, or nothing when this host doesn't work on that kind of picture: only separate planes of
-/// 8 to 16 bits in 4:2:0, 4:2:2, 4:4:4 or grey. An alpha plane isn't read. What the stream leaves open is taken as
-/// players take it: limited range, BT.709 from 720 rows on and BT.601 below, chroma in line with the left luma column.
+/// The planes that `FramePlanes` makes of `format`, or nothing when this host doesn't work on that kind of picture:
+/// only whole-number codes of 8 to 16 bits in 4:2:0, 4:2:2, 4:4:4, grey, or red, green and blue. What the stream leaves
+/// open is taken as players take it: limited range, BT.709 from 720 rows on and BT.601 below, chroma in line with the
+/// left luma column.
 std::optional<PlaneFormat> PlaneFormatOf(const VideoFormat& format);
 
 /// As above for the pictures that a decoder handed out.
 VideoFormat VideoFormatOf(const AVFrame& frame);
 
-/// The pixel format with `format`'s depth and chroma that encoders take: without alpha, and with the range told apart.
-AVPixelFormat EncodedPixelFormat(const VideoFormat& format);
+/// The same pixel format without a range in its name.
+AVPixelFormat WithoutRange(AVPixelFormat format);
 
 }  // namespace film

@@ -287,6 +287,49 @@ TEST(ColourConverter, ChromaRowsOfFieldsLieWhereThoseOfTheFrameDo) {
   }
 }
 
+TEST(ColourConverter, EveryCodeOfRedGreenBlueAndOpacityComesBack) {
+  for (int bits : {8, 10, 12, 16}) {
+    PlaneFormat format = Format444(272, 242);
+    format.bits = bits;
+    format.rgb = format.alpha = true;
+    const size_t samples = 272 * 242;
+    std::vector<std::uint16_t> codes[4], back[4];
+    Planes lent, filled;
+    for (int p = 0; p < 4; ++p) {
+      codes[p].resize(samples);
+      back[p].resize(samples);
+      for (size_t i = 0; i < samples; ++i)
+        if (const auto code = static_cast<unsigned>((i * 7 + static_cast<size_t>(p) * 1111) % (1u << bits)); bits > 8)
+          codes[p][i] = static_cast<std::uint16_t>(code);
+        else
+          reinterpret_cast<std::uint8_t*>(codes[p].data())[i] = static_cast<std::uint8_t>(code);
+      lent.data[p] = reinterpret_cast<std::uint8_t*>(codes[p].data());
+      filled.data[p] = reinterpret_cast<std::uint8_t*>(back[p].data());
+      lent.stride[p] = filled.stride[p] = 272 * format.sampleBytes();
+    }
+    ConstPlanes read;
+    for (int p = 0; p < 4; ++p) read.data[p] = lent.data[p], read.stride[p] = lent.stride[p];
+    std::vector<float> argb(samples * 4);
+    ColourConverter converter(format);
+    converter.toFloat(read, argb.data(), 272 * 16);
+    converter.toCodes(argb.data(), 272 * 16, filled);
+    for (int p = 0; p < 4; ++p) EXPECT_TRUE(back[p] == codes[p]) << bits << ' ' << p;
+  }
+}
+
+TEST(ColourConverter, ColoursThatAreWeighedWithOpacityAreStoredWithoutIt) {
+  PlaneFormat format = Format444(3, 1);
+  format.rgb = format.alpha = true;
+  std::uint8_t codes[4][3];
+  Planes planes;
+  for (int p = 0; p < 4; ++p) planes.data[p] = codes[p], planes.stride[p] = 3;
+  const float argb[12] = {0.5f, 0.1f, 0.2f, 0.4f, 1.0f, 0.2f, 0.4f, 0.6f, 0.0f, 0.0f, 0.0f, 0.0f};
+  ColourConverter(format, true).toCodes(argb, sizeof argb, planes);
+  const int expected[4][3] = {{51, 51, 0}, {102, 102, 0}, {204, 153, 0}, {128, 255, 0}};
+  for (int p = 0; p < 4; ++p)
+    for (int x = 0; x < 3; ++x) EXPECT_EQ(codes[p][x], expected[p][x]) << p << x;
+}
+
 TEST(ColourConverter, RowBytesMayBeLongerThanTheRow) {
   const Picture picture = AllLumaCodes(Format444(6, 4), 5);
   std::vector<float> argb(4 * 40, -1.0f);

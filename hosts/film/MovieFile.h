@@ -1,0 +1,75 @@
+#pragma once
+
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "film/ClipContents.h"
+#include "film/Container.h"
+#include "film/EncoderChoice.h"
+#include "film/OutputFile.h"
+#include "film/PacketCopier.h"
+
+namespace film {
+
+/// How long the output is to be, out of the clip that it comes from.
+struct MovieSpan {
+  std::int64_t firstTime = 0;  ///< presentation time of the first picture in the stream's time base
+  bool whole = true;           ///< all of the clip; else times are moved so that the first picture stands at 0
+  double seconds = 0.0;        ///< length; read when not `whole`
+};
+
+/// The output as a file: the encoded film, what is copied from the clip beside it, and all that describes them.
+///
+/// The file takes its name in `finish`. One that is destroyed before leaves nothing.
+class MovieFile {
+ public:
+  /// Opens the clip anew for what is copied from it, if `clip` has a path. Nothing is written yet.
+  MovieFile(const std::string& path, const ClipContents& clip, const MovieSpan& span);
+
+  const std::string& path() const { return file.path(); }
+  const Container& container() const { return kind; }
+  /// The clip's own film; null without a clip.
+  const AVCodecParameters* source() const { return copier ? copier->film().codecpar : nullptr; }
+  /// What the clip's container says of the shape of its pixels; 0/1 if nothing.
+  AVRational pixelAspect() const;
+  /// What couldn't be taken along; after `finish` also packets that were lost.
+  const std::vector<std::string>& remarks() const { return lost; }
+
+  /// Adds the film and all that is copied. `timeBase`: of the pictures.
+  void open(const ChosenEncoder& encoder, const EncoderOptions& options, AVRational timeBase);
+
+  /// Adds a stream of sound that isn't copied from a clip. Before the header.
+  AVStream& addSound(const AVCodecContext& soundEncoder);
+
+  /// Does nothing from the second time on.
+  void writeHeader();
+  /// A packet of the film, with what is copied of the time before it.
+  void writeFilm(AVPacket& packet, AVRational timeBase);
+  void writeSound(AVPacket& packet, AVRational timeBase, const AVStream& stream);
+  /// What is left to copy, and the end.
+  void finish();
+
+  /// Fails with a reason unless `result` is that of a success.
+  void check(int result) const;
+
+ private:
+  void describe(const ChosenEncoder& encoder);
+  void describeTimeCode();
+  void chooseTag(const ChosenEncoder& encoder);
+  void remarkOnLosses(AVRational timeBase);
+  CopiedSpan copiedSpan() const;
+
+  Container kind;  // first, since it needs no trace on the disk
+  OutputFile file;
+  ClipContents clip;
+  MovieSpan span;
+  AVRational clock{1, 25};
+  std::vector<std::string> lost;
+  std::unique_ptr<AVFormatContext, void (*)(AVFormatContext*)> output;
+  std::unique_ptr<PacketCopier> copier;
+  AVStream* film = nullptr;
+  bool headerWritten = false;
+};
+
+}  // namespace film
