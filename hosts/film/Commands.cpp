@@ -19,6 +19,10 @@ ExitStatus Analyse(const SessionOptions& options) {
   if (!session.needsAnalysis()) {
     if (options.progress == ProgressStyle::Bar || options.progress == ProgressStyle::Lines)
       std::printf("%s: analysed before; --again analyses it anew\n", options.clip.c_str());
+    if (options.progress == ProgressStyle::Json) {
+      session.effect().showFirstFrame();
+      PrintSummary(session, options.clip, session.contents().identity.frames, 0.0, {});
+    }
     return kDone;
   }
   const std::optional<double> rate = session.analyse();

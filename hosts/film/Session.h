@@ -40,6 +40,8 @@ class Session {
 
   Effect& effect() { return *current; }
   const ClipContents& contents() const { return source->contents(); }
+  /// The clip's frame as filmed, or null when it has none such.
+  SharedPicture picture(int number) { return source->fetch(number); }
   const std::string& documentPath() const { return effectPath; }
   ProgressStyle progressStyle() const { return options.progress; }
 

@@ -3,16 +3,10 @@
 #include <algorithm>
 #include <cmath>
 
-#include "planning/MotionProcessorFCPX.h"
-#include "plugin/SerialisedMotion.h"
-#include "rendering/OutputRenderer.h"
-
 namespace film {
 namespace {
 
-constexpr float usable = 0.1f;     // what the planner takes for broken is not above it
-constexpr int longestCut = 2;      // frames without motion where the picture changes at once
-constexpr int shortestShot = 3;    // good frames on either side of a cut
+constexpr size_t mostLooks = 32;   // at pictures; a clip of more cuts than that is told of these
 constexpr double hardlyAny = 0.8;  // of all frames without motion
 constexpr double leastGap = 1.75;  // of the pace; less may be a clock that isn't exact
 constexpr double atRest = 0.1;     // pixels; what is measured between two codings of one picture stays below
@@ -27,17 +21,11 @@ struct Stretch {
 std::vector<Stretch> stretchesWithoutMotion(const std::vector<float>& confidences) {
   std::vector<Stretch> stretches;
   for (int frame = 0; frame < static_cast<int>(confidences.size()); ++frame) {
-    if (confidences[static_cast<size_t>(frame)] > usable) continue;
+    if (confidences[static_cast<size_t>(frame)] > usableConfidence) continue;
     if (stretches.empty() || stretches.back().last != frame - 1) stretches.push_back({frame, frame});
     stretches.back().last = frame;
   }
   return stretches;
-}
-
-bool isCut(const std::vector<Stretch>& stretches, size_t i, int frames) {
-  const int before = stretches[i].first - (i > 0 ? stretches[i - 1].last + 1 : 0);
-  const int after = (i + 1 < stretches.size() ? stretches[i + 1].first : frames) - stretches[i].last - 1;
-  return stretches[i].length() <= longestCut && before >= shortestShot && after >= shortestShot;
 }
 
 std::string counted(int count, const std::string& one, const std::string& many) {
@@ -100,76 +88,15 @@ double paceAround(const std::vector<IndexedFrame>& frames, size_t i) {
   return static_cast<double>(*middle);
 }
 
-std::vector<float> confidencesOf(const Session& session, const MotionConfidenceSet& set) {
-  const size_t frames = static_cast<size_t>(session.contents().identity.frames);
-  std::vector<float> confidences(frames, 1.0f);
-  const int last = set.index.empty() ? 0 : *std::max_element(set.index.begin(), set.index.end());
-  const int each = last >= static_cast<int>(frames) ? 2 : 1;  // an analysis by fields counts two a frame
-  for (size_t i = 0; i < set.index.size(); ++i) {
-    const int frame = set.index[i] / each;
-    if (set.index[i] < 0 || frame >= static_cast<int>(frames)) continue;
-    float& confidence = confidences[static_cast<size_t>(frame)];
-    confidence = std::min(confidence, set.confidence[i]);
-  }
-  return confidences;
-}
-
-/// How far the picture moved to each frame, in pixels: the most of four points half-way to the corners, where the fit
-/// is firmer than at these. Negative without usable motion; empty for an analysis by fields.
-std::vector<double> stepsOf(const Session& session, const SerialisedMotion& stored,
-                            const std::vector<float>& confidences) {
-  const Vorn::HomographySet& motion = *stored.getMotion();
-  const int frames = session.contents().identity.frames;
-  if (motion.end >= frames) return {};
-  const double x = session.contents().format.width / 4.0, y = session.contents().format.height / 4.0;
-  std::vector<double> steps(static_cast<size_t>(frames), -1.0);
-  for (int frame = 1; frame < frames; ++frame) {
-    const Vorn::Matrix* h = nullptr;
-    if (!motion.Get(frame, h) || confidences[static_cast<size_t>(frame)] <= usable) continue;
-    double farthest = 0;
-    for (const double cx : {-x, x})
-      for (const double cy : {-y, y}) {
-        const double w = (*h)(2, 0) * cx + (*h)(2, 1) * cy + (*h)(2, 2);
-        farthest = std::max(farthest, std::hypot(((*h)(0, 0) * cx + (*h)(0, 1) * cy + (*h)(0, 2)) / w - cx,
-                                                 ((*h)(1, 0) * cx + (*h)(1, 1) * cy + (*h)(1, 2)) / w - cy));
-      }
-    steps[static_cast<size_t>(frame)] = farthest;
-  }
-  return steps;
-}
-
-std::vector<Warning> cropWarnings(Session& session) {
-  const MotionProcessorFCPX* planner = session.effect().plugIn().ObjC_MP.get();
-  if (!planner || planner->goodCrop()) return {};
-  Warning warning{"noCrop", 0, {}, ""};
-  if (planner->globalMotionMode == GlobalCancel)
-    warning.text =
-        "no part of the picture is seen by every frame once all are locked onto the first, so nothing is cropped or "
-        "zoomed; use --global-mode smooth, or cut the clip to the part that stays in view";
-  else
-    warning.text =
-        "no part of the picture is covered by every frame, so it is rendered like --rendering natural; `--rendering "
-        "zoom` with --events border, --events none or less --smoothing tries again";
-  return {warning};
-}
-
-void append(std::vector<Warning>* all, std::vector<Warning> more) {
-  all->insert(all->end(), std::make_move_iterator(more.begin()), std::make_move_iterator(more.end()));
-}
-
 }  // namespace
 
-std::vector<Warning> MotionWarnings(const std::vector<float>& confidences, const std::vector<double>& steps) {
+std::vector<Warning> MotionWarnings(const std::vector<float>& confidences, const std::vector<double>& steps,
+                                    const std::function<bool(int frame)>& changes) {
   const int frames = static_cast<int>(confidences.size());
   if (frames < 2) return {};
   const std::vector<Stretch> stretches = stretchesWithoutMotion(confidences);
-  std::vector<Stretch> cuts, longer;
-  int without =
-      static_cast<int>(std::count(steps.begin() + std::min<std::ptrdiff_t>(1, std::ssize(steps)), steps.end(), 0.0));
-  for (size_t i = 0; i < stretches.size(); ++i) {
-    without += stretches[i].length();
-    (isCut(stretches, i, frames) ? cuts : longer).push_back(stretches[i]);
-  }
+  int without = steps.empty() ? 0 : static_cast<int>(std::count(steps.begin() + 1, steps.end(), 0.0));
+  for (const Stretch& stretch : stretches) without += stretch.length();
   if (without >= hardlyAny * frames)
     return {
         {"noMotion",
@@ -178,9 +105,12 @@ std::vector<Warning> MotionWarnings(const std::vector<float>& confidences, const
          "no motion could be found in " + std::to_string(without) + " of " + std::to_string(frames) +
              " frames, which stay as filmed; unless the picture stands still, it needs more light, or details such " +
              "as corners"}};
+  std::vector<Stretch> cuts, others;
+  for (size_t i = 0; i < stretches.size(); ++i)
+    (i < mostLooks && changes(stretches[i].first) ? cuts : others).push_back(stretches[i]);
   std::vector<Warning> warnings;
   if (!cuts.empty()) warnings.push_back(cutWarning(cuts));
-  if (!longer.empty()) warnings.push_back(lowConfidenceWarning(longer));
+  if (!others.empty()) warnings.push_back(lowConfidenceWarning(others));
   return warnings;
 }
 
@@ -225,28 +155,6 @@ std::vector<Warning> GapWarnings(const std::vector<IndexedFrame>& frames) {
            counted(missing, "frame is", "frames are") + " missing by the time stamps, before " +
                (places.size() == 1 ? "frame " : "frames ") + listText(shown) +
                "; the motion jumps there, use the camera's own file if it has them"}};
-}
-
-std::vector<Warning> FindWarnings(Session& session) {
-  std::vector<Warning> all;
-  const auto* motion =
-      dynamic_cast<const SerialisedMotion*>(session.effect().parameters().find(kMotionStorage)->custom.get());
-  const bool analysed = session.effect().holdsAnalysis() && motion;
-  const std::vector<IndexedFrame>& frames = session.contents().index->frames;
-  std::vector<float> confidences;
-  std::vector<double> steps;
-  if (analysed) {
-    confidences = confidencesOf(session, *motion->getConfidence());
-    steps = stepsOf(session, *motion, confidences);
-  }
-  append(&all, RepeatWarnings(RepeatedFrames(frames, steps), static_cast<int>(frames.size())));
-  append(&all, GapWarnings(frames));
-  if (analysed) {
-    append(&all, MotionWarnings(confidences, steps));
-    append(&all, cropWarnings(session));
-  }
-  for (Warning& warning : all) warning.text.insert(0, session.contents().path + ": ");
-  return all;
 }
 
 nlohmann::ordered_json DescribeWarnings(const std::vector<Warning>& warnings) {

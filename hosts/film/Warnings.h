@@ -1,5 +1,6 @@
 #pragma once
 
+#include <functional>
 #include <nlohmann/json.hpp>
 #include <string>
 #include <vector>
@@ -9,6 +10,9 @@
 // What the user should know of a clip and of what the analysis made of it.
 namespace film {
 
+/// What the planner takes for broken is not above this.
+constexpr float usableConfidence = 0.1f;
+
 /// One thing to know. `frames` counts what it is about; `places` are the frames themselves or where they lie.
 struct Warning {
   std::string kind;  ///< for programs: "cuts"
@@ -17,11 +21,12 @@ struct Warning {
   std::string text;  ///< one line with what to do
 };
 
-/// Stretches of frames without usable motion, from the confidences of frames 0, 1, ...: cuts, where one or two such
-/// frames lie between good ones, and longer ones; or that there is hardly any motion to be found at all, which also
-/// shows in `steps`, the pixels that the picture moved to each frame: without any texture they are exactly 0. `steps`
-/// may be empty, and is negative where unknown.
-std::vector<Warning> MotionWarnings(const std::vector<float>& confidences, const std::vector<double>& steps);
+/// Stretches of frames without usable motion, from the confidences of frames 0, 1, ...: cuts, where the scene changes
+/// with the first such frame, and others; or that there is hardly any motion to be found at all, which also shows in
+/// `steps`, the pixels that the picture moved to each frame: without any texture they are exactly 0. `steps` may be
+/// empty, and is negative where unknown. `changes` tells whether the scene changes with a frame.
+std::vector<Warning> MotionWarnings(const std::vector<float>& confidences, const std::vector<double>& steps,
+                                    const std::function<bool(int frame)>& changes);
 
 /// The frames that show the picture before them again: with the same samples, or coded anew, where the camera moves on
 /// before and after but hasn't moved at all in between. `steps`: how far the picture moved to each frame, in pixels;

@@ -23,14 +23,17 @@ std::vector<IndexedFrame> FramesAt(const std::vector<std::int64_t>& times) {
   return frames;
 }
 
+/// The scene changes where frame numbers end in 0.
+bool isCut(int frame) { return frame % 10 == 0; }
+
 TEST(MotionWarnings, ACleanClipHasNone) {
-  EXPECT_THAT(MotionWarnings(ConfidencesWithout(50, {}), {}), IsEmpty());
-  EXPECT_THAT(MotionWarnings({}, {}), IsEmpty());
-  EXPECT_THAT(MotionWarnings({0.0f}, {}), IsEmpty());  // one frame has no motion to be found
+  EXPECT_THAT(MotionWarnings(ConfidencesWithout(50, {}), {}, isCut), IsEmpty());
+  EXPECT_THAT(MotionWarnings({}, {}, isCut), IsEmpty());
+  EXPECT_THAT(MotionWarnings({0.0f}, {}, isCut), IsEmpty());  // one frame has no motion to be found
 }
 
-TEST(MotionWarnings, OneOrTwoFramesBetweenGoodOnesAreACut) {
-  const auto warnings = MotionWarnings(ConfidencesWithout(100, {30, 31, 70}), {});
+TEST(MotionWarnings, StretchesThatBeginWithANewSceneAreCuts) {
+  const auto warnings = MotionWarnings(ConfidencesWithout(100, {30, 31, 70}), {}, isCut);
   ASSERT_EQ(warnings.size(), 1u);
   EXPECT_EQ(warnings[0].kind, "cuts");
   EXPECT_EQ(warnings[0].count, 2);
@@ -38,26 +41,26 @@ TEST(MotionWarnings, OneOrTwoFramesBetweenGoodOnesAreACut) {
   EXPECT_EQ(
       warnings[0].text,
       "what looks like cuts at frames 30, 70; split the clip there, since each shot is steadied better by itself");
-  EXPECT_EQ(MotionWarnings(ConfidencesWithout(100, {30}), {})[0].text,
+  EXPECT_EQ(MotionWarnings(ConfidencesWithout(100, {30}), {}, isCut)[0].text,
             "what looks like a cut at frame 30; split the clip there, since each shot is steadied better by itself");
 }
 
-TEST(MotionWarnings, LongerStretchesAndThoseAtTheEndsStayAsFilmed) {
-  const auto warnings = MotionWarnings(ConfidencesWithout(100, {40, 41, 42, 98, 99}), {});
+TEST(MotionWarnings, OtherStretchesStayAsFilmed) {
+  const auto warnings = MotionWarnings(ConfidencesWithout(100, {41, 42, 43, 98, 99}), {}, isCut);
   ASSERT_EQ(warnings.size(), 1u);
   EXPECT_EQ(warnings[0].kind, "lowConfidence");
   EXPECT_EQ(warnings[0].count, 5);
-  EXPECT_THAT(warnings[0].places, ElementsAre(40, 41, 42, 98, 99));
+  EXPECT_THAT(warnings[0].places, ElementsAre(41, 42, 43, 98, 99));
   EXPECT_EQ(
       warnings[0].text,
-      "no usable motion in 5 frames (40 to 42, 98 to 99), which stay as filmed; blur, darkness or something close "
+      "no usable motion in 5 frames (41 to 43, 98 to 99), which stay as filmed; blur, darkness or something close "
       "to the lens may be why");
 }
 
 TEST(MotionWarnings, LongListsAreCutShort) {
   std::vector<int> without;
   for (int i = 0; i < 10; ++i) without.push_back(10 + 20 * i);
-  EXPECT_EQ(MotionWarnings(ConfidencesWithout(300, without), {})[0].text,
+  EXPECT_EQ(MotionWarnings(ConfidencesWithout(300, without), {}, isCut)[0].text,
             "what looks like cuts at frames 10, 30, 50, 70, 90, 110, 130, 150 and 2 more; split the clip there, since "
             "each shot is steadied better by itself");
 }
@@ -65,7 +68,7 @@ TEST(MotionWarnings, LongListsAreCutShort) {
 TEST(MotionWarnings, AClipWithHardlyAnyMotionIsToldAsAWhole) {
   std::vector<float> confidences(50, 0.0f);
   confidences[0] = 1.0f;
-  const auto warnings = MotionWarnings(confidences, {});
+  const auto warnings = MotionWarnings(confidences, {}, isCut);
   ASSERT_EQ(warnings.size(), 1u);
   EXPECT_EQ(warnings[0].kind, "noMotion");
   EXPECT_EQ(warnings[0].text,
@@ -76,12 +79,12 @@ TEST(MotionWarnings, AClipWithHardlyAnyMotionIsToldAsAWhole) {
 
 TEST(MotionWarnings, APictureWithoutTextureMovesByExactlyNothing) {
   std::vector<double> steps(50, 0.0);
-  const auto warnings = MotionWarnings(std::vector<float>(50, 1.0f), steps);
+  const auto warnings = MotionWarnings(std::vector<float>(50, 1.0f), steps, isCut);
   ASSERT_EQ(warnings.size(), 1u);
   EXPECT_EQ(warnings[0].kind, "noMotion");
   EXPECT_EQ(warnings[0].count, 49);  // the first frame has none before it
   std::fill(steps.begin() + 1, steps.end(), 1e-4);
-  EXPECT_THAT(MotionWarnings(std::vector<float>(50, 1.0f), steps), IsEmpty());  // a tripod
+  EXPECT_THAT(MotionWarnings(std::vector<float>(50, 1.0f), steps, isCut), IsEmpty());  // a tripod
 }
 
 TEST(RepeatedFrames, EqualSamplesAreARepeat) {
