@@ -41,7 +41,7 @@ class Batch {
   }
 
   ExitStatus run() {
-    if (!options.outFolder.empty()) MakeOutFolder(options.outFolder);
+    if (!options.outFolder.empty() && hadWork()) MakeOutFolder(options.outFolder);
     size_t next = 0;
     while (true) {
       while (jobs.size() < static_cast<size_t>(options.jobs) && next < results.size()) begin(&results[next++]);
@@ -171,11 +171,15 @@ class Batch {
     if (options.progress == ProgressStyle::Bar) std::fputs("\r\033[K", stderr);
   }
 
+  bool hadWork() const {
+    return std::any_of(results.begin(), results.end(), [](const BatchResult& r) { return r.clip.error.empty(); });
+  }
+
   ExitStatus tell() {
     clearLine();
     if (options.progress == ProgressStyle::Json)
       std::printf("%s\n", DescribeResults(results).dump().c_str());
-    else if (options.progress != ProgressStyle::None)
+    else if (options.progress != ProgressStyle::None && hadWork())
       std::printf("%s", TableText(results).c_str());
     const auto any = [&](BatchResult::State state) {
       return std::any_of(results.begin(), results.end(), [&](const BatchResult& r) { return r.state == state; });

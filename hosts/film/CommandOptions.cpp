@@ -66,9 +66,8 @@ void AddSettingOptions(CLI::App* command, Arguments* arguments) {
 void AddPresetOption(CLI::App* command, Arguments* arguments) {
   command
       ->add_option("--preset", arguments->presets,
-                   "settings under one name: handheld, tripod, walking, keep-frame or a JSON file (`orvane presets` "
-                   "lists them); where a film is written also how long the encoder tries to make it small: ultrafast "
-                   "to veryslow. May be given once for each. Other setting options win over it")
+                   "settings under one name, see `orvane presets`; other setting options win over them. ultrafast to "
+                   "veryslow is how long the encoder tries to make its file small. May be given once for each")
       ->type_name("NAME|FILE.json")
       ->expected(1)
       ->allow_extra_args(false)
@@ -80,17 +79,18 @@ void AddZoomLimitOption(CLI::App* command, Arguments* arguments) {
       ->add_option("--max-zoom", arguments->session.maxZoom,
                    "lower the smoothing until the zoom is X or less; nothing is measured again")
       ->type_name("X")
-      ->check(CLI::Range(1.0, 10.0));
+      ->check(CLI::Range(1.0, 10.0).description(""));
 }
 
 void AddSeveralClipsOptions(CLI::App* command, Arguments* arguments) {
   command
       ->add_option("CLIP", arguments->clips,
                    "the video file; or several, and folders, which stand for the video files in them")
+      ->type_name("")
       ->required();
   command->add_option("-j,--jobs", arguments->batch.jobs, "of several clips, how many at a time; 1 unless given")
       ->type_name("N")
-      ->check(CLI::Range(1, mostChildren));
+      ->check(CLI::Range(1, mostChildren).description(""));
 }
 
 void AddSpanOptions(CLI::App* command, Arguments* arguments) {

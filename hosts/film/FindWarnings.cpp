@@ -26,24 +26,25 @@ std::vector<float> confidencesOf(const Session& session, const MotionConfidenceS
 
 /// How far the picture moved to each frame, in pixels: the most of four points half-way to the corners, where the fit
 /// is firmer than at these. Negative without usable motion; empty for an analysis by fields.
-std::vector<double> stepsOf(const Session& session, const SerialisedMotion& stored,
-                            const std::vector<float>& confidences) {
+std::vector<Step> stepsOf(const Session& session, const SerialisedMotion& stored,
+                          const std::vector<float>& confidences) {
   const Vorn::HomographySet& motion = *stored.getMotion();
   const int frames = session.contents().identity.frames;
   if (motion.end >= frames) return {};
   const double x = session.contents().format.width / 4.0, y = session.contents().format.height / 4.0;
-  std::vector<double> steps(static_cast<size_t>(frames), -1.0);
+  std::vector<Step> steps(static_cast<size_t>(frames));
   for (int frame = 1; frame < frames; ++frame) {
     const Vorn::Matrix* h = nullptr;
     if (!motion.Get(frame, h) || confidences[static_cast<size_t>(frame)] <= usableConfidence) continue;
+    const Vorn::Matrix& m = *h;
     double farthest = 0;
     for (const double cx : {-x, x})
       for (const double cy : {-y, y}) {
-        const double w = (*h)(2, 0) * cx + (*h)(2, 1) * cy + (*h)(2, 2);
-        farthest = std::max(farthest, std::hypot(((*h)(0, 0) * cx + (*h)(0, 1) * cy + (*h)(0, 2)) / w - cx,
-                                                 ((*h)(1, 0) * cx + (*h)(1, 1) * cy + (*h)(1, 2)) / w - cy));
+        const double w = m(2, 0) * cx + m(2, 1) * cy + m(2, 2);
+        farthest = std::max(farthest, std::hypot((m(0, 0) * cx + m(0, 1) * cy + m(0, 2)) / w - cx,
+                                                 (m(1, 0) * cx + m(1, 1) * cy + m(1, 2)) / w - cy));
       }
-    steps[static_cast<size_t>(frame)] = farthest;
+    steps[static_cast<size_t>(frame)] = {farthest, m(0, 2) / m(2, 2), m(1, 2) / m(2, 2)};
   }
   return steps;
 }
@@ -76,7 +77,7 @@ std::vector<Warning> FindWarnings(Session& session) {
   const bool analysed = session.effect().holdsAnalysis() && motion;
   const std::vector<IndexedFrame>& frames = session.contents().index->frames;
   std::vector<float> confidences;
-  std::vector<double> steps;
+  std::vector<Step> steps;
   if (analysed) {
     confidences = confidencesOf(session, *motion->getConfidence());
     steps = stepsOf(session, *motion, confidences);

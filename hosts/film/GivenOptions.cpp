@@ -21,7 +21,11 @@ void refuseForSeveral(bool given, const std::string& option) {
 
 void TakeClips(Arguments* arguments, bool writesFilms) {
   const std::vector<std::string>& clips = arguments->clips;
-  const bool single = clips.size() == 1 && arguments->batch.outFolder.empty() && (writesFilms || !isFolder(clips[0]));
+  if (writesFilms && arguments->batch.outFolder.empty())
+    for (const std::string& clip : clips)
+      if (isFolder(clip))
+        throw Failure(clip + ": this is a folder; name a video file in it, or give -O DIR for all that are in it");
+  const bool single = clips.size() == 1 && arguments->batch.outFolder.empty() && !isFolder(clips[0]);
   if (writesFilms && single && arguments->render.out.empty())
     throw Failure("-o OUT is missing, the file to write (or -O DIR for several clips); --help lists what there is",
                   kUsage);

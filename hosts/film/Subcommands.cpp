@@ -5,6 +5,7 @@
 
 #include "film/CommandOptions.h"
 #include "film/GivenOptions.h"
+#include "film/Presets.h"
 
 namespace film {
 namespace {
@@ -83,16 +84,21 @@ void addPlan(CLI::App* app, Arguments* arguments) {
 void addCompare(CLI::App* app, Arguments* arguments) {
   CLI::App* command = app->add_subcommand(
       "compare", "write a film that shows two clips of one size and length together, with A's sound");
-  command->add_option("A", arguments->compare.a, "the one clip, such as the shaky one")->required();
-  command->add_option("B", arguments->compare.b, "the other, such as the steady one")->required();
+  command->add_option("A", arguments->compare.a, "the one clip, such as the shaky one")->type_name("")->required();
+  command->add_option("B", arguments->compare.b, "the other, such as the steady one")->type_name("")->required();
   AddRenderOptions(command, arguments);
   command->get_option("--out")->required();
+  command->get_option("--preset")
+      ->type_name("SPEED")
+      ->description("how long the encoder tries to make OUT small: ultrafast to veryslow")
+      ->check(
+          CLI::Validator([](std::string& word) { return IsEncoderSpeed(word) ? "" : word + " is no such speed"; }, ""));
   command
       ->add_option("--layout", arguments->compare.layout,
                    "side: side by side; split: the left half of A, the right half of B; difference: four times how far "
                    "they differ, black where they are alike; side unless given")
       ->type_name("side|split|difference")
-      ->check(CLI::IsMember({"side", "split", "difference"}));
+      ->check(CLI::IsMember({"side", "split", "difference"}).description(""));
   AddRunOptions(command, arguments);
   command->callback([arguments] {
     arguments->run = [=] { return Compare(arguments->compare, arguments->render, arguments->session.progress); };
@@ -106,9 +112,12 @@ void addPresets(CLI::App* app, Arguments* arguments) {
   command->add_flag("--json", options.json, "for programs");
   CLI::Option* save = command->add_option("--save", options.save, "write CLIP's settings to this file, for --preset")
                           ->type_name("FILE.json");
-  CLI::Option* clip = command->add_option("CLIP", options.clip, "the clip whose settings --save writes")->needs(save);
+  CLI::Option* clip =
+      command->add_option("CLIP", options.clip, "the clip whose settings --save writes")->type_name("")->needs(save);
   save->needs(clip);
-  command->add_option("--effect", options.effectPath, "the effect document of CLIP, if it lies elsewhere")->needs(save);
+  command->add_option("--effect", options.effectPath, "the effect document of CLIP, if it lies elsewhere")
+      ->type_name("FILE")
+      ->needs(save);
   command->add_flag("--force", options.force, "replace FILE.json if it exists")->needs(save);
   command->callback([arguments] { arguments->run = [=] { return Presets(arguments->presetFile); }; });
 }

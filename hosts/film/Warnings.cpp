@@ -76,6 +76,23 @@ Warning lowConfidenceWarning(const std::vector<Stretch>& stretches) {
   return warning;
 }
 
+/// The step from frame `i` on, by one frame and then by two, that is a move; null without one.
+const Step* nearestMove(const std::vector<Step>& steps, size_t i, int direction) {
+  for (int distance = 1; distance <= 2; ++distance) {
+    const auto j = static_cast<std::ptrdiff_t>(i) + static_cast<std::ptrdiff_t>(direction) * distance;
+    if (j < 1 || j >= std::ssize(steps)) return nullptr;
+    if (const Step& step = steps[static_cast<size_t>(j)]; step.size > onTheMove) return &step;
+  }
+  return nullptr;
+}
+
+/// Where the camera turns back it rests for a frame too, but then moves the other way.
+bool restsAmidMotion(const std::vector<Step>& steps, size_t i) {
+  if (i >= steps.size() || steps[i].size < 0 || steps[i].size >= atRest) return false;
+  const Step *before = nearestMove(steps, i, -1), *after = nearestMove(steps, i, 1);
+  return before && after && before->x * after->x + before->y * after->y > 0;
+}
+
 /// The middle one of the steps between frames around step `i`.
 double paceAround(const std::vector<IndexedFrame>& frames, size_t i) {
   std::vector<std::int64_t> steps;
@@ -90,12 +107,14 @@ double paceAround(const std::vector<IndexedFrame>& frames, size_t i) {
 
 }  // namespace
 
-std::vector<Warning> MotionWarnings(const std::vector<float>& confidences, const std::vector<double>& steps,
+std::vector<Warning> MotionWarnings(const std::vector<float>& confidences, const std::vector<Step>& steps,
                                     const std::function<bool(int frame)>& changes) {
   const int frames = static_cast<int>(confidences.size());
   if (frames < 2) return {};
   const std::vector<Stretch> stretches = stretchesWithoutMotion(confidences);
-  int without = steps.empty() ? 0 : static_cast<int>(std::count(steps.begin() + 1, steps.end(), 0.0));
+  int without = steps.empty() ? 0
+                              : static_cast<int>(std::count_if(steps.begin() + 1, steps.end(),
+                                                               [](const Step& step) { return step.size == 0; }));
   for (const Stretch& stretch : stretches) without += stretch.length();
   if (without >= hardlyAny * frames)
     return {
@@ -114,18 +133,11 @@ std::vector<Warning> MotionWarnings(const std::vector<float>& confidences, const
   return warnings;
 }
 
-std::vector<int> RepeatedFrames(const std::vector<IndexedFrame>& frames, const std::vector<double>& steps) {
-  const auto moves = [&](size_t first, size_t last) {
-    for (size_t i = first; i <= std::min(last, steps.size() - 1); ++i)
-      if (steps[i] > onTheMove) return true;
-    return false;
-  };
+std::vector<int> RepeatedFrames(const std::vector<IndexedFrame>& frames, const std::vector<Step>& steps) {
   std::vector<int> repeated;
   for (size_t i = 1; i < frames.size(); ++i) {
     const bool same = frames[i].check == frames[i - 1].check;
-    const bool rests = i < steps.size() && steps[i] >= 0 && steps[i] < atRest && moves(i > 2 ? i - 2 : 0, i - 1) &&
-                       moves(i + 1, i + 2);
-    if (same || rests) repeated.push_back(static_cast<int>(i));
+    if (same || restsAmidMotion(steps, i)) repeated.push_back(static_cast<int>(i));
   }
   return repeated;
 }

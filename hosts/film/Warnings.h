@@ -13,6 +13,12 @@ namespace film {
 /// What the planner takes for broken is not above this.
 constexpr float usableConfidence = 0.1f;
 
+/// How the picture moved to a frame from the one before it, in pixels.
+struct Step {
+  double size = -1;     ///< the most of several points; negative where it isn't known
+  double x = 0, y = 0;  ///< of the centre
+};
+
 /// One thing to know. `frames` counts what it is about; `places` are the frames themselves or where they lie.
 struct Warning {
   std::string kind;  ///< for programs: "cuts"
@@ -23,15 +29,14 @@ struct Warning {
 
 /// Stretches of frames without usable motion, from the confidences of frames 0, 1, ...: cuts, where the scene changes
 /// with the first such frame, and others; or that there is hardly any motion to be found at all, which also shows in
-/// `steps`, the pixels that the picture moved to each frame: without any texture they are exactly 0. `steps` may be
-/// empty, and is negative where unknown. `changes` tells whether the scene changes with a frame.
-std::vector<Warning> MotionWarnings(const std::vector<float>& confidences, const std::vector<double>& steps,
+/// `steps`: without any texture their size is exactly 0. `steps` may be empty. `changes` tells whether the scene
+/// changes with a frame.
+std::vector<Warning> MotionWarnings(const std::vector<float>& confidences, const std::vector<Step>& steps,
                                     const std::function<bool(int frame)>& changes);
 
-/// The frames that show the picture before them again: with the same samples, or coded anew, where the camera moves on
-/// before and after but hasn't moved at all in between. `steps`: how far the picture moved to each frame, in pixels;
-/// negative where that isn't known.
-std::vector<int> RepeatedFrames(const std::vector<IndexedFrame>& frames, const std::vector<double>& steps);
+/// The frames that show the picture before them again: with the same samples, or coded anew, where the camera rests for
+/// a frame and before and after it moves the same way. `steps` may be empty.
+std::vector<int> RepeatedFrames(const std::vector<IndexedFrame>& frames, const std::vector<Step>& steps);
 
 /// What there is to tell of them, of a clip of `frames`.
 std::vector<Warning> RepeatWarnings(const std::vector<int>& repeated, int frames);

@@ -97,7 +97,8 @@ TEST_F(BatchTest, ProgramsGetALineForEachStepAndOneForAll) {
 
 TEST_F(BatchTest, WrongUsageIsToldBeforeAnyWork) {
   const std::string in = makeFolder();
-  expectRefusal({"stabilise", clip, in, "-o", out}, 2, "-O DIR", "--help");
+  expectRefusal({"stabilise", clip, folder / "in/c.mp4", "-o", out}, 2, "-O DIR", "--help");
+  expectRefusal({"stabilise", clip, in, "-o", out}, 1, in, "this is a folder; name a video file in it, or give -O DIR");
   expectRefusal({"stabilise", clip, "-o", out, "-O", folder / "x"}, 2, "--out", "--help");
   expectRefusal({"stabilise", clip}, 2, "-o OUT is missing", "--help");
   expectRefusal({"stabilise", clip, in, "-O", folder / "x", "--effect", folder / "e"}, 2, "--effect", "one clip");

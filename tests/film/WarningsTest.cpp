@@ -78,12 +78,12 @@ TEST(MotionWarnings, AClipWithHardlyAnyMotionIsToldAsAWhole) {
 }
 
 TEST(MotionWarnings, APictureWithoutTextureMovesByExactlyNothing) {
-  std::vector<double> steps(50, 0.0);
+  std::vector<Step> steps(50, {0, 0, 0});
   const auto warnings = MotionWarnings(std::vector<float>(50, 1.0f), steps, isCut);
   ASSERT_EQ(warnings.size(), 1u);
   EXPECT_EQ(warnings[0].kind, "noMotion");
   EXPECT_EQ(warnings[0].count, 49);  // the first frame has none before it
-  std::fill(steps.begin() + 1, steps.end(), 1e-4);
+  std::fill(steps.begin() + 1, steps.end(), Step{1e-4, 1e-4, 0});
   EXPECT_THAT(MotionWarnings(std::vector<float>(50, 1.0f), steps, isCut), IsEmpty());  // a tripod
 }
 
@@ -93,11 +93,22 @@ TEST(RepeatedFrames, EqualSamplesAreARepeat) {
   EXPECT_THAT(RepeatedFrames(frames, {}), ElementsAre(3));
 }
 
+std::vector<Step> StepsAlongX(const std::vector<double>& xs) {
+  std::vector<Step> steps;
+  for (const double x : xs) steps.push_back({std::abs(x), x, 0});
+  return steps;
+}
+
 TEST(RepeatedFrames, ARestAmidMotionIsARepeatCodedAnew) {
   const auto frames = FramesAt({0, 1, 2, 3, 4, 5, 6, 7});
-  EXPECT_THAT(RepeatedFrames(frames, {0, 1.5, 1.2, 0.01, 2.0, 1.0, 1.5, 0.02}), ElementsAre(3));  // the end can't tell
-  EXPECT_THAT(RepeatedFrames(frames, {0, 0.1, 0.2, 0.01, 0.1, 0.2, 0.1, 0.1}), IsEmpty());        // a quiet shot
-  EXPECT_THAT(RepeatedFrames(frames, {0, 1.5, 1.2, -1, 2.0, 1.0, 1.5, 1.0}), IsEmpty());          // unknown
+  const auto repeated = [&](const std::vector<double>& xs) { return RepeatedFrames(frames, StepsAlongX(xs)); };
+  EXPECT_THAT(repeated({0, 1.5, 1.2, 0.01, 2.0, 1.0, 1.5, 0.02}), ElementsAre(3));  // the end can't tell
+  EXPECT_THAT(repeated({0, 1.5, 0.01, 1.2, 0.01, 1.1, 0.02, 1.0}), ElementsAre(2, 4, 6));
+  EXPECT_THAT(repeated({0, 0.1, 0.2, 0.01, 0.1, 0.2, 0.1, 0.1}), IsEmpty());    // a quiet shot
+  EXPECT_THAT(repeated({0, 1.5, 1.2, 0.01, -2.0, -1.0, -1.5, -1}), IsEmpty());  // the camera turns back
+  auto steps = StepsAlongX({0, 1.5, 1.2, 0.01, 2.0, 1.0, 1.5, 1.0});
+  steps[3].size = -1;
+  EXPECT_THAT(RepeatedFrames(frames, steps), IsEmpty());
 }
 
 TEST(RepeatWarnings, CountsAndPlacesAreTold) {
