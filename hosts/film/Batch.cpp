@@ -139,7 +139,7 @@ class Batch {
              "); run it alone with --log FILE to see where";
     for (size_t i = job->messages.size(); i-- > 0;)
       if (job->messages[i].starts_with(prefix)) {
-        const std::string error = job->messages[i].substr(prefix.size());
+        std::string error = job->messages[i].substr(prefix.size());
         job->messages.erase(job->messages.begin() + static_cast<std::ptrdiff_t>(i));
         return error;
       }

@@ -26,16 +26,22 @@ std::string countText(const std::vector<BatchResult>& results) {
   return text;
 }
 
-std::string textAt(const nlohmann::json& object, const char* key) {
-  const auto found = object.is_object() ? object.find(key) : object.end();
-  if (!object.is_object() || found == object.end()) return "-";
-  return found->is_string() ? found->get<std::string>() : found->dump();
+/// A member of a summary, or null.
+const nlohmann::json* memberOf(const BatchResult& result, const char* key) {
+  return result.summary && result.summary->contains(key) ? &result.summary->at(key) : nullptr;
 }
 
-std::string zoomText(const nlohmann::json& summary) {
-  if (!summary.is_object() || !summary.contains("zoom") || !summary["zoom"].is_number()) return "-";
+std::string textAt(const BatchResult& result, const char* key) {
+  const nlohmann::json* member = memberOf(result, key);
+  if (!member) return "-";
+  return member->is_string() ? member->get<std::string>() : member->dump();
+}
+
+std::string zoomText(const BatchResult& result) {
+  const nlohmann::json* zoom = memberOf(result, "zoom");
+  if (!zoom || !zoom->is_number()) return "-";
   char text[32];
-  std::snprintf(text, sizeof text, "%.3f", summary["zoom"].get<double>());
+  std::snprintf(text, sizeof text, "%.3f", zoom->get<double>());
   return text;
 }
 
@@ -48,8 +54,8 @@ std::string shortError(const BatchResult& result) {
 Row rowOf(const BatchResult& result) {
   Row row{result.clip.path, "-", "-", "-", "-", ""};
   if (result.state == BatchResult::Done)
-    row = {result.clip.path,         textAt(result.summary, "frames"),   textAt(result.summary, "events"),
-           zoomText(result.summary), Progress::TimeText(result.seconds), result.clip.out};
+    row = {result.clip.path, textAt(result, "frames"),           textAt(result, "events"),
+           zoomText(result), Progress::TimeText(result.seconds), result.clip.out};
   else if (result.state == BatchResult::Cancelled)
     row[5] = "cancelled";
   else
@@ -67,7 +73,7 @@ void append(std::string* text, const std::string& cell, size_t width, bool right
 
 void BatchResult::hear(const nlohmann::json& line) {
   if (!line.is_object()) return;
-  if (line.contains("done")) summary = line;
+  if (line.contains("done")) summary = std::make_shared<const nlohmann::json>(line);
   if (!line.contains("pass")) return;
   pass = line.value("pass", "");
   done = line.value("frame", 0);
@@ -76,8 +82,8 @@ void BatchResult::hear(const nlohmann::json& line) {
 
 std::vector<std::string> BatchResult::warnings() const {
   std::vector<std::string> texts;
-  if (summary.is_object() && summary.contains("warnings"))
-    for (const nlohmann::json& warning : summary["warnings"]) texts.push_back(warning.value("text", ""));
+  if (const nlohmann::json* list = memberOf(*this, "warnings"))
+    for (const nlohmann::json& warning : *list) texts.push_back(warning.value("text", ""));
   return texts;
 }
 
@@ -118,7 +124,7 @@ nlohmann::ordered_json DescribeResults(const std::vector<BatchResult>& results) 
     if (result.state == BatchResult::Done) {
       if (!result.clip.out.empty()) row["out"] = result.clip.out;
       for (const char* key : {"frames", "events", "zoom", "warnings"})
-        if (result.summary.is_object() && result.summary.contains(key)) row[key] = result.summary[key];
+        if (const nlohmann::json* member = memberOf(result, key)) row[key] = *member;
       row["seconds"] = std::round(result.seconds * 10) / 10;
     }
     clips.push_back(std::move(row));

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <memory>
 #include <nlohmann/json.hpp>
 #include <string>
 #include <vector>
@@ -16,9 +17,9 @@ struct BatchResult {
   State state = Waiting;
   std::string pass;  ///< what a running one does: "Analysing"
   int done = 0, total = 0;
-  nlohmann::json summary;  ///< what a run says at its end; null before
-  std::string error;       ///< the line of one that failed
-  double seconds = 0;      ///< that the run took
+  std::shared_ptr<const nlohmann::json> summary;  ///< the object that a run writes at its end; null before
+  std::string error;                              ///< the line of one that failed
+  double seconds = 0;                             ///< that the run took
 
   /// Takes what a run writes for programs.
   void hear(const nlohmann::json& line);

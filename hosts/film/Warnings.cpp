@@ -96,6 +96,7 @@ bool restsAmidMotion(const std::vector<Step>& steps, size_t i) {
 /// The middle one of the steps between frames around step `i`.
 double paceAround(const std::vector<IndexedFrame>& frames, size_t i) {
   std::vector<std::int64_t> steps;
+  steps.reserve(2 * paceFrames + 1);
   const size_t first = i > paceFrames ? i - paceFrames : 1, last = std::min(i + paceFrames, frames.size() - 1);
   for (size_t j = first; j <= last; ++j)
     if (j != i) steps.push_back(frames[j].time - frames[j - 1].time);
@@ -162,6 +163,7 @@ std::vector<Warning> GapWarnings(const std::vector<IndexedFrame>& frames) {
   }
   if (places.empty()) return {};
   std::vector<Stretch> shown;
+  shown.reserve(places.size());
   for (const int place : places) shown.push_back({place, place});
   return {{"droppedFrames", missing, places,
            counted(missing, "frame is", "frames are") + " missing by the time stamps, before " +
