@@ -2,10 +2,12 @@
 #include <cmath>
 #include <iterator>
 
+#include "film/Report.h"
 #include "film/SceneChange.h"
 #include "film/Warnings.h"
 #include "planning/MotionProcessorFCPX.h"
 #include "plugin/SerialisedMotion.h"
+#include "rendering/OutputRenderer.h"
 
 namespace film {
 namespace {
@@ -49,9 +51,15 @@ std::vector<Step> stepsOf(const Session& session, const SerialisedMotion& stored
   return steps;
 }
 
+bool isZoomAsked(Session& session) {
+  return static_cast<int>(session.effect().parameters().find(kZoomType)->value) == ZoomVariable;
+}
+
 std::vector<Warning> cropWarnings(Session& session) {
   const MotionProcessorFCPX* planner = session.effect().plugIn().ObjC_MP.get();
-  if (!planner || planner->goodCrop()) return {};
+  if (!planner) return {};
+  if (planner->goodCrop())
+    return isZoomAsked(session) ? std::vector<Warning>() : ZoomWarnings(ZoomOf(session.effect()));
   Warning warning{"noCrop", 0, {}, ""};
   if (planner->globalMotionMode == GlobalCancel)
     warning.text =

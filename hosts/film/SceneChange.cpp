@@ -40,8 +40,8 @@ double difference(const Cells& a, const Cells& b) {
 double CoarseDifference(const FloatPicture& a, const FloatPicture& b) { return difference(cellsOf(a), cellsOf(b)); }
 
 bool ScenesChangeAt(int frame, int frames, const PictureOf& pictures) {
-  if (frame < 1 || frame >= frames) return false;
-  const int first = std::max(0, frame - 2), last = std::min(frames - 1, frame + 1);
+  if (frame < 2 || frame >= frames) return false;
+  const int first = frame - 2, last = std::min(frames - 1, frame + 1);
   std::vector<Cells> cells;
   for (int number = first; number <= last; ++number) {
     const SharedPicture picture = pictures(number);

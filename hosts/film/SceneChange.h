@@ -14,7 +14,7 @@ using PictureOf = std::function<SharedPicture(int number)>;
 double CoarseDifference(const FloatPicture& a, const FloatPicture& b);
 
 /// Whether the picture becomes another at once with `frame`, of a clip of `frames`: much more than it changes just
-/// before and behind.
+/// before and behind. Before frame 1 nothing is known, so it is none.
 bool ScenesChangeAt(int frame, int frames, const PictureOf& pictures);
 
 }  // namespace film

@@ -2,16 +2,18 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstdio>
 
 namespace film {
 namespace {
 
-constexpr size_t mostLooks = 32;   // at pictures; a clip of more cuts than that is told of these
-constexpr double hardlyAny = 0.8;  // of all frames without motion
-constexpr double leastGap = 1.75;  // of the pace; less may be a clock that isn't exact
-constexpr double atRest = 0.1;     // pixels; what is measured between two codings of one picture stays below
-constexpr double onTheMove = 0.4;  // pixels from frame to frame
-constexpr int paceFrames = 4;      // steps to either side that tell a frame's pace
+constexpr size_t mostLooks = 32;      // at pictures; a clip of more cuts than that is told of these
+constexpr double hardlyAny = 0.8;     // of all frames without motion
+constexpr double leastGap = 1.75;     // of the pace; less may be a clock that isn't exact
+constexpr double atRest = 0.1;        // pixels; what is measured between two codings of one picture stays below
+constexpr double onTheMove = 0.4;     // pixels from frame to frame
+constexpr double strongZoom = 1.414;  // less than half of the frame is left
+constexpr int paceFrames = 4;         // steps to either side that tell a frame's pace
 
 struct Stretch {
   int first, last;
@@ -169,6 +171,17 @@ std::vector<Warning> GapWarnings(const std::vector<IndexedFrame>& frames) {
            counted(missing, "frame is", "frames are") + " missing by the time stamps, before " +
                (places.size() == 1 ? "frame " : "frames ") + listText(shown) +
                "; the motion jumps there, use the camera's own file if it has them"}};
+}
+
+std::vector<Warning> ZoomWarnings(double zoom) {
+  if (zoom <= strongZoom) return {};
+  char text[160];
+  std::snprintf(
+      text, sizeof text,
+      "the zoom of %.3f leaves only %.0f %% of the frame; --max-zoom 1.2, --events border or --events none lose "
+      "less",
+      zoom, 100 / (zoom * zoom));
+  return {{"strongZoom", 0, {}, text}};
 }
 
 nlohmann::ordered_json DescribeWarnings(const std::vector<Warning>& warnings) {

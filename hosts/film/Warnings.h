@@ -44,6 +44,9 @@ std::vector<Warning> RepeatWarnings(const std::vector<int>& repeated, int frames
 /// Gaps in the presentation times that are whole frames long by the pace around them.
 std::vector<Warning> GapWarnings(const std::vector<IndexedFrame>& frames);
 
+/// A zoom that leaves less than half of the frame.
+std::vector<Warning> ZoomWarnings(double zoom);
+
 /// All of a session's clip, once it is analysed and its effect has shown a frame.
 std::vector<Warning> FindWarnings(Session& session);
 

@@ -127,15 +127,15 @@ TEST_F(BatchTest, AnInterruptEndsAllAndKeepsWhatWasAnalysed) {
       [&](const std::string& line) { heard += line + "\n"; }, [](const std::string&) {});
   while (batch.read()) {
     std::this_thread::sleep_for(std::chrono::milliseconds(5));
-    if (sent || heard.find("\"pass\":\"Analysing\"") == std::string::npos) continue;
+    if (sent || heard.find("a.mp4\",\"pass\":\"Analysing\"") == std::string::npos) continue;
     batch.interrupt();
     sent = true;
   }
   EXPECT_TRUE(sent);
   EXPECT_EQ(batch.status(), kCancelled);
   const json last = json::parse(heard.substr(heard.rfind("{\"clips\"")));
-  EXPECT_EQ(last["clips"][2]["status"], "cancelled");
-  EXPECT_EQ(last["done"], 0);
+  EXPECT_GE(last["cancelled"], 1);
+  EXPECT_EQ(last["failed"], 0);
   EXPECT_THAT(folder.names(), Not(Contains(HasSubstr("tmp"))));
   EXPECT_TRUE(std::filesystem::exists(folder / "in/a.mp4.orvane.json"));
 }

@@ -182,6 +182,34 @@ TEST_F(PlanCommandTest, APreviewIsHalfAsLargeAndTenSecondsLong) {
   EXPECT_EQ(ScanClip(out).identity.frames, 21);
 }
 
+TEST_F(PlanCommandTest, ACropThatCantBeFoundIsTold) {
+  const std::string pan = folder / "pan.mp4";
+  {
+    EncoderOptions options;
+    options.crf = 8;
+    options.preset = "ultrafast";
+    options.threads = 1;
+    MovieWriter movie(pan, TestContents(clipWidth, clipHeight), MovieSpan{}, options);
+    PicturePool pool(clipWidth, clipHeight);
+    for (int number = 0; number < 25; ++number) {
+      SharedPicture picture = TestPicture(pool, number);
+      for (int y = 0; y < clipHeight; ++y)
+        for (int x = 0; x < clipWidth; ++x) {
+          float* argb = picture->samples.data() + 4 * (static_cast<size_t>(y) * clipWidth + x);
+          argb[1] = argb[2] = argb[3] = SceneLuma(x + 10.0 * number, y);  // further than the frame is wide
+        }
+      movie.write(std::move(picture));
+    }
+    movie.finish();
+  }
+  const Outcome locked = run({"plan", pan, "--global-mode", "cancel", "--progress", "none"});
+  EXPECT_THAT(locked.out, AllOf(HasSubstr("(no border was found)"),
+                                HasSubstr("warning: " + pan +
+                                          ": no part of the picture is seen by every frame once all are locked "
+                                          "onto the first, so nothing is cropped or zoomed; use --global-mode "
+                                          "smooth, or cut the clip to the part that stays in view\n")));
+}
+
 TEST_F(PlanCommandTest, WarningsAreToldOnceAfterTheAnalysis) {
   const std::string flat = folder / "flat.mp4";
   {

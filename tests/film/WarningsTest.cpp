@@ -144,6 +144,15 @@ TEST(GapWarnings, AVaryingClockAndASlowerStretchAreNoGaps) {
   EXPECT_THAT(GapWarnings(FramesAt({5, 1000})), IsEmpty());
 }
 
+TEST(ZoomWarnings, AZoomThatLeavesLessThanHalfOfTheFrameIsTold) {
+  EXPECT_THAT(ZoomWarnings(1.4), IsEmpty());
+  ASSERT_EQ(ZoomWarnings(2.0).size(), 1u);
+  EXPECT_EQ(ZoomWarnings(2.0)[0].kind, "strongZoom");
+  EXPECT_EQ(
+      ZoomWarnings(2.0)[0].text,
+      "the zoom of 2.000 leaves only 25 % of the frame; --max-zoom 1.2, --events border or --events none lose less");
+}
+
 TEST(DescribeWarnings, HoldsWhatProgramsNeed) {
   const auto list = DescribeWarnings({{"cuts", 1, {30}, "text"}});
   EXPECT_EQ(list.dump(), R"([{"kind":"cuts","count":1,"frames":[30],"text":"text"}])");
