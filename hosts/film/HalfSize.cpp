@@ -13,6 +13,7 @@ ClipContents HalfSized(const ClipContents& contents) {
   ClipContents half = contents;
   half.format.width = halfOf(contents.format.width);
   half.format.height = halfOf(contents.format.height);
+  if (half.format.interlaced()) half.format.fieldOrder = AV_FIELD_PROGRESSIVE;  // its rows are made of both fields
   half.planes = PlaneFormatOf(half.format).value_or(contents.planes);
   return half;
 }

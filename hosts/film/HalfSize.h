@@ -6,7 +6,7 @@
 // Pictures of half a clip's size, for a quick look.
 namespace film {
 
-/// `contents` with half the width and height, rounded down to even numbers but no less than 2.
+/// `contents` with half the width and height, rounded down to even numbers but no less than 2, and progressive.
 ClipContents HalfSized(const ClipContents& contents);
 
 /// `half`: gets the mean of each two by two samples of `whole`, and its number and times. Its size is half of that

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstdio>
 
+#include "film/Fields.h"
 #include "film/Warnings.h"
 #include "planning/MotionProcessorFCPX.h"
 #include "plugin/SerialisedMotion.h"
@@ -20,23 +21,39 @@ const char* kindOf(const MotionInterval& event) {
   return event.motion_type == MotionBroken ? "broken" : "move";
 }
 
-Json describeEvents(const std::vector<MotionInterval>& events) {
+/// The effect counts an interlaced clip's fields, two a frame and one more at its end.
+class FrameNumbers {
+ public:
+  explicit FrameNumbers(const ClipContents& contents)
+      : each(contents.format.interlaced() ? 2 : 1), last(contents.identity.frames - 1) {}
+  int of(int number) const { return each == 1 ? number : std::min(number / each, last); }
+
+ private:
+  int each, last;
+};
+
+Json describeEvents(const std::vector<MotionInterval>& events, const FrameNumbers& frames) {
   Json list = Json::array();
   for (const MotionInterval& event : events)
-    list.push_back({{"kind", kindOf(event)}, {"first", event.begin_frame}, {"last", event.end_frame}});
+    list.push_back(
+        {{"kind", kindOf(event)}, {"first", frames.of(event.begin_frame)}, {"last", frames.of(event.end_frame)}});
   return list;
 }
 
-Json describeRanges(const Vorn::MultiRange& ranges) {
+Json describeRanges(const Vorn::MultiRange& ranges, const FrameNumbers& frames) {
   Json list = Json::array();
-  for (const Vorn::Range& range : ranges.data) list.push_back({{"first", range.first}, {"last", range.last}});
+  for (const Vorn::Range& range : ranges.data)
+    list.push_back({{"first", frames.of(range.first)}, {"last", frames.of(range.last)}});
   return list;
 }
 
-Json lowConfidenceFrames(const MotionConfidenceSet& confidence) {
+Json lowConfidenceFrames(const MotionConfidenceSet& confidence, const FrameNumbers& frames) {
   Json list = Json::array();
-  for (size_t i = 0; i < confidence.index.size(); ++i)
-    if (!(confidence.confidence[i] > lowConfidence)) list.push_back(confidence.index[i]);
+  for (size_t i = 0; i < confidence.index.size(); ++i) {
+    if (confidence.confidence[i] > lowConfidence) continue;
+    const int frame = frames.of(confidence.index[i]);
+    if (list.empty() || list.back() != frame) list.push_back(frame);
+  }
   return list;
 }
 
@@ -68,8 +85,9 @@ Json describeSettings(const ParameterStore& parameters) {
 void describePlan(Session& session, Json* description) {
   const Effect& effect = session.effect();
   const MotionProcessorFCPX& planner = *effect.plugIn().ObjC_MP;
-  (*description)["events"] = {{"horizontal", describeEvents(*planner.eventsX())},
-                              {"vertical", describeEvents(*planner.eventsY())}};
+  const FrameNumbers frames(session.contents());
+  (*description)["events"] = {{"horizontal", describeEvents(*planner.eventsX(), frames)},
+                              {"vertical", describeEvents(*planner.eventsY(), frames)}};
   const Vorn::Rectangle& border = *planner.border();
   const Ratios ratios = borderRatios(effect);
   (*description)["border"] = {{"left", border.tlx},          {"top", border.tly},
@@ -154,14 +172,15 @@ Json DescribeEffect(Session& session) {
                          {"width", clip.format.width},
                          {"height", clip.format.height},
                          {"frames", clip.identity.frames},
-                         {"fps", av_q2d(clip.frameRate)}};
+                         {"fps", av_q2d(clip.frameRate)},
+                         {"fields", FieldWord(clip.format.fieldOrder)}};
   description["document"] = session.documentPath();
   const auto* motion = dynamic_cast<const SerialisedMotion*>(effect.parameters().find(kMotionStorage)->custom.get());
   description["analysed"] =
-      effect.holdsAnalysis() && motion ? describeRanges(motion->getMotion()->range) : Json::array();
+      effect.holdsAnalysis() && motion ? describeRanges(motion->getMotion()->range, FrameNumbers(clip)) : Json::array();
   if (effect.holdsAnalysis() && motion) {
     describePlan(session, &description);
-    description["lowConfidence"] = lowConfidenceFrames(*motion->getConfidence());
+    description["lowConfidence"] = lowConfidenceFrames(*motion->getConfidence(), FrameNumbers(clip));
   }
   description["settings"] = describeSettings(effect.parameters());
   description["warnings"] = DescribeWarnings(FindWarnings(session));
@@ -172,7 +191,8 @@ std::string TextOf(const Json& description) {
   const Json& clip = description["clip"];
   std::string text = clip["path"].get<std::string>() + ": " + countText(clip["frames"], "frame", "frames") + ", " +
                      clip["width"].dump() + " x " + clip["height"].dump() + ", " + rounded(clip["fps"]) +
-                     " frames a second\n";
+                     " frames a second" +
+                     (clip["fields"] == "none" ? "" : ", " + clip["fields"].get<std::string>() + " field first") + "\n";
   text += "effect document:          " + description["document"].get<std::string>() + "\n";
   if (description.contains("events")) {
     const Json& border = description["border"];

@@ -197,6 +197,25 @@ TEST_P(InterlacedClip, ADocumentThatDoesNotTellIsOfWholeFrames) {
   EXPECT_GT(saved()["archives"]["101"]["end"], frames);
 }
 
+TEST_P(InterlacedClip, WhatIsToldCountsFrames) {
+  ASSERT_EQ(run({"analyse", clip, "--quiet"}).status, 0);
+  const auto told = nlohmann::json::parse(run({"show", clip, "--json"}).out);
+  EXPECT_EQ(told["clip"]["fields"], word());
+  EXPECT_EQ(told["analysed"], nlohmann::json::parse(R"([{"first": 0, "last": 15}])"));
+  for (const char* axis : {"horizontal", "vertical"}) {
+    const nlohmann::json& events = told["events"][axis];
+    ASSERT_FALSE(events.empty());
+    EXPECT_EQ(events.front()["first"], 0);
+    EXPECT_EQ(events.back()["last"], frames - 1);
+  }
+  EXPECT_THAT(run({"show", clip}).out, testing::HasSubstr(word() + " field first"));
+}
+
+TEST_P(InterlacedClip, APreviewIsOfWholeFrames) {
+  ASSERT_EQ(with({"stabilise", clip, "-o", out, "--preview"}).status, 0);
+  EXPECT_EQ(FlagsOf(out), std::vector<std::string>(frames, "none"));
+}
+
 TEST_P(InterlacedClip, TheHostShowsFieldsHalfAFrameApart) {
   FrameSource source(ScanClip(clip, -1, 1, {}), 1);
   ParameterStore store;
