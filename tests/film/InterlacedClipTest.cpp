@@ -142,6 +142,23 @@ TEST_P(InterlacedClip, BothFieldsFollowThePathAndNothingCombs) {
   EXPECT_GT(moved, 0.04) << "and moves";
 }
 
+TEST_P(InterlacedClip, WhatIsBorrowedForAFieldIsOfTheRightPlaceToo) {
+  ASSERT_EQ(run({"analyse", clip, "--quiet", "--global-mode", "cancel"}).status, 0);
+  const auto borderOff = [&](const std::string& rendering) {
+    EXPECT_EQ(with({"render", clip, "-o", out, "--rendering", rendering, "--from", "7", "--to", "8"}).status, 0);
+    double sum = 0;
+    int count = 0;
+    for (const std::vector<float>& picture : framesOf(out))
+      for (int y = 20; y < height - 20; ++y)
+        for (int x = 0; x < 6; ++x, count += 2)
+          for (const int column : {x, width - 1 - x})
+            sum += std::fabs(At(picture, column, y) - FieldScene(column + FieldX(0), y + FieldY(0)));
+    return sum / count;
+  };
+  EXPECT_GT(borderOff("natural"), 0.05) << "the first frame's view isn't all seen by these";
+  EXPECT_LT(borderOff("complete"), 0.02);
+}
+
 TEST_P(InterlacedClip, TheOutputIsMarkedAsTheClipIs) {
   ASSERT_EQ(with({"stabilise", clip, "-o", out}).status, 0);
   EXPECT_EQ(FlagsOf(clip), std::vector<std::string>(frames, word()));

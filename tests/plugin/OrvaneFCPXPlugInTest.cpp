@@ -468,6 +468,82 @@ TEST_F(Effect, FieldsAreAnalysedTwoAFrame) {
   EXPECT_EQ(lacings[1], "Get pyramid for frame 1, lacing 2");
 }
 
+/// The numbers and lacings of the frames that an analysis took, as the log tells them.
+std::vector<std::string> Lacings(const std::vector<std::string>& log) {
+  const std::string begin = "Get pyramid for frame ";
+  std::vector<std::string> lacings;
+  for (const std::string& message : log)
+    if (message.rfind(begin, 0) == 0) lacings.push_back(message.substr(begin.size()));
+  return lacings;
+}
+
+TEST_F(Effect, TheOtherFieldFirstIsLacedTheOtherWay) {
+  host.duration = 1;
+  auto first = SceneShiftedBy(0, 0);
+  first->fieldInHand = 2;
+  MemoryImage output(width, height);
+  ASSERT_TRUE(plugIn.renderOutput(&output, first.get(), At(0)));
+  log.clear();
+  ASSERT_TRUE(Analyse());
+  EXPECT_EQ(Lacings(log), (std::vector<std::string>{"0, lacing 2", "1, lacing 1", "2, lacing 2"}));
+}
+
+TEST_F(Effect, AClipThatWasNeverRenderedIsTakenForProgressive) {
+  host.duration = 1;
+  host.draw = [](double time) {
+    auto image = SceneShiftedBy(ShakeX(time), ShakeY(time));
+    image->fieldInHand = 1;
+    return image;
+  };
+  ASSERT_TRUE(Analyse());
+  EXPECT_EQ(Lacings(log), (std::vector<std::string>{"0, lacing 0", "1, lacing 0"}));
+}
+
+TEST_F(Effect, TheOrderThatTheFirstRenderToldStays) {
+  host.duration = 1;
+  MemoryImage output(width, height);
+  const auto progressive = SceneShiftedBy(0, 0), field = SceneShiftedBy(0, 0);
+  field->fieldInHand = 1;
+  ASSERT_TRUE(plugIn.renderOutput(&output, progressive.get(), At(0)));
+  ASSERT_TRUE(plugIn.renderOutput(&output, field.get(), At(0)));
+  log.clear();
+  ASSERT_TRUE(Analyse());
+  EXPECT_EQ(Lacings(log), (std::vector<std::string>{"0, lacing 0", "1, lacing 0"}));
+}
+
+TEST_F(Effect, FieldsCountFromTwiceTheStart) {
+  host.start = 3;
+  host.duration = 5;
+  auto first = SceneShiftedBy(0, 0);
+  first->fieldInHand = 1;
+  MemoryImage output(width, height);
+  ASSERT_TRUE(plugIn.renderOutput(&output, first.get(), At(3)));
+  log.clear();
+  ASSERT_TRUE(Analyse());
+  EXPECT_EQ(Lacings(log),
+            (std::vector<std::string>{"6, lacing 1", "7, lacing 2", "8, lacing 1", "9, lacing 2", "10, lacing 1"}));
+  EXPECT_EQ(platform.record->percents, (std::vector<double>{20, 40, 60, 80, 100}));
+  const auto motion = std::dynamic_pointer_cast<const SerialisedMotion>(host.objects[101])->getMotion();
+  EXPECT_EQ(motion->start, 6);
+  EXPECT_EQ(motion->end, 10);
+}
+
+TEST_F(Effect, CancelledFieldsEndTheRangeAtATimeInFrames) {
+  host.whenRequested = [this](double time) {
+    if (time == 2.5) platform.record->cancel();
+  };
+  auto first = SceneShiftedBy(0, 0);
+  first->fieldInHand = 1;
+  MemoryImage output(width, height);
+  ASSERT_TRUE(plugIn.renderOutput(&output, first.get(), At(0)));
+  ASSERT_TRUE(Analyse());
+  const auto motion = std::dynamic_pointer_cast<const SerialisedMotion>(host.objects[101])->getMotion();
+  EXPECT_EQ(motion->hset.size(), 6u) << "fields 0 to 5";
+  ASSERT_EQ(motion->range.data.size(), 1u);
+  EXPECT_EQ(motion->range.data[0].first, 0);
+  EXPECT_EQ(motion->range.data[0].last, 3) << "the time at which it went on, in frames";
+}
+
 TEST_F(Effect, ATimeThatIsWholeInSinglePrecisionIsNoHalfFrame) {
   host.duration = 1;
   auto first = SceneShiftedBy(0, 0);
