@@ -48,7 +48,7 @@ bool Effect::holdsAnalysis() const {
 }
 
 bool Effect::holdsWholeAnalysis() const {
-  const int last = interlaced() ? 2 * frameCount() - 1 : frameCount() - 1;  // fields count two a frame
+  const int last = pictureCount() - 1;
   // By its matrix: the range of a cancelled pass reaches one frame further than its matrices.
   return holdsAnalysis() && (last == 0 || storedMotion(store)->getMotion()->Index(last) >= 0);
 }
@@ -56,9 +56,9 @@ bool Effect::holdsWholeAnalysis() const {
 int Effect::analysedFrames() const {
   if (!holdsAnalysis()) return 0;
   const auto motion = storedMotion(store)->getMotion();
-  int frames = 0;
-  for (int number = 0; number < frameCount(); ++number) frames += motion->Index(number) >= 0 ? 1 : 0;
-  return frames;
+  int matrices = 0;
+  for (int number = 0; number < pictureCount(); ++number) matrices += motion->Index(number) >= 0 ? 1 : 0;
+  return matrices * frameCount() / pictureCount();
 }
 
 void Effect::change(const std::vector<SettingChange>& changes) {

@@ -47,6 +47,8 @@ class Effect {
  private:
   int frameCount() const { return source.contents().identity.frames; }
   bool interlaced() const { return source.contents().format.interlaced(); }
+  /// What the effect counts: frames, or fields.
+  int pictureCount() const { return interlaced() ? 2 * frameCount() : frameCount(); }
   SharedPicture renderAt(double time, const SharedPicture& input);
   void storeEvents();
 

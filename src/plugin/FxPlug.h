@@ -47,7 +47,7 @@ class FxImage {
   virtual int rowBytes() const = 0;  ///< bytes from one row to the next
   virtual int width() const = 0;     ///< pixels
   virtual int height() const = 0;    ///< pixels
-  virtual int field() const = 0;     ///< 0 progressive; 1 and 2 name the field of the frame in hand
+  virtual int field() const = 0;     ///< 0 progressive; else the field in hand: 1 the even rows of memory, 2 the odd
 };
 
 /// Flags of a parameter's declaration.
@@ -113,7 +113,8 @@ class FxTimingAPI {
  public:
   virtual ~FxTimingAPI() = default;
   virtual void startTimeForEffect(double* time) = 0;
-  /// The last time of the effect: a clip of n frames that starts at 0 has the duration n - 1.
+  /// The last time of the effect: a clip of n frames that starts at 0 has the duration n - 1, an interlaced one n,
+  /// since its last field stands behind n - 1.
   virtual void durationForEffect(double* time) = 0;
 };
 

@@ -4,6 +4,7 @@
 #include "film/CommandLineFixture.h"
 #include "film/Effect.h"
 #include "film/Fields.h"
+#include "film/Session.h"
 #include "plugin/SerialisedMotion.h"
 
 namespace film {
@@ -226,6 +227,20 @@ TEST_P(InterlacedClip, WhatIsToldCountsFrames) {
     EXPECT_EQ(events.back()["last"], frames - 1);
   }
   EXPECT_THAT(run({"show", clip}).out, testing::HasSubstr(word() + " field first"));
+}
+
+TEST_P(InterlacedClip, APartOfTheFieldsIsNoWholeAnalysis) {
+  ASSERT_EQ(run({"analyse", clip, "--quiet"}).status, 0);
+  nlohmann::json part = saved();
+  ASSERT_TRUE(part["archives"]["101"].contains("frame31h0"));
+  for (const char* last : {"end", "range0_last"}) part["archives"]["101"][last] = frames + 3;  // as if cancelled
+  WriteAll(document, part.dump());
+  SessionOptions options;
+  options.clip = clip;
+  Session session(options);
+  EXPECT_TRUE(session.effect().holdsAnalysis());
+  EXPECT_FALSE(session.effect().holdsWholeAnalysis());
+  EXPECT_EQ(session.effect().analysedFrames(), (frames + 4) / 2);
 }
 
 TEST_P(InterlacedClip, APreviewIsOfWholeFrames) {
