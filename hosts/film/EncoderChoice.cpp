@@ -277,7 +277,7 @@ ChosenEncoder ChooseEncoder(const EncoderWish& wish) {
   if (kinds.empty())
     throw Failure("--codec " + wish.options.codec + " is unknown; it may be " + AnyOf(CodecNames()), kUsage);
   Fault furthest = Fault::None, ownFault = Fault::Missing;
-  const EncoderKind* furthestKind = nullptr;
+  const EncoderKind* furthestKind = kinds.front();
   bool ownRefused = false;
   int error = 0;
   for (const EncoderKind* kind : kinds) {
