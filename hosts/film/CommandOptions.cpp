@@ -156,10 +156,11 @@ std::vector<std::string> HandedOn(const CLI::App& command) {
     if (option->count() == 0 ||
         std::find(std::begin(notHandedOn), std::end(notHandedOn), name) != std::end(notHandedOn))
       continue;
-    if (option->get_type_size_max() == 0)
+    if (option->get_type_size_max() == 0) {
       words.push_back(name);
-    else
-      for (const std::string& value : option->results()) words.push_back(name + "=" + value);
+      continue;
+    }
+    for (const std::string& value : option->results()) words.emplace_back(name).append("=").append(value);
   }
   return words;
 }
