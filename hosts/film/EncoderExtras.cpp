@@ -32,27 +32,29 @@ const AVOption* findOption(AVCodecContext& context, const std::string& name) {
   return av_opt_find(&context, name.c_str(), nullptr, encoding, AV_OPT_SEARCH_CHILDREN);
 }
 
+void applyExtra(const std::string& out, const EncoderKind& kind, const std::string& extra, AVCodecContext& context) {
+  const size_t equals = extra.find('=');
+  if (equals == std::string::npos || equals == 0)
+    throw Failure("--encoder-option " + extra + ": give a name, an equals sign and a value, such as tune=grain",
+                  kUsage);
+  const std::string name = extra.substr(0, equals);
+  std::string value = extra.substr(equals + 1);
+  if (!findOption(context, name))
+    throw Failure(out + ": --encoder-option " + name + " is unknown to the encoder " + kind.encoder + "; it has " +
+                      ownOptions(context),
+                  kUsage);
+  if (const std::string before = isList(name) ? valueOf(context, name) : ""; !before.empty())
+    value = before + ":" + value;
+  if (av_opt_set(&context, name.c_str(), value.c_str(), AV_OPT_SEARCH_CHILDREN) < 0)
+    throw Failure(out + ": --encoder-option " + extra + " isn't a value that the encoder " + kind.encoder + " takes",
+                  kUsage);
+}
+
 }  // namespace
 
 void ApplyExtras(const std::string& out, const EncoderKind& kind, const std::vector<std::string>& extras,
                  AVCodecContext& context) {
-  for (const std::string& extra : extras) {
-    const size_t equals = extra.find('=');
-    if (equals == std::string::npos || equals == 0)
-      throw Failure("--encoder-option " + extra + ": give a name, an equals sign and a value, such as tune=grain",
-                    kUsage);
-    const std::string name = extra.substr(0, equals);
-    std::string value = extra.substr(equals + 1);
-    if (!findOption(context, name))
-      throw Failure(out + ": --encoder-option " + name + " is unknown to the encoder " + kind.encoder + "; it has " +
-                        ownOptions(context),
-                    kUsage);
-    if (const std::string before = isList(name) ? valueOf(context, name) : ""; !before.empty())
-      value = before + ":" + value;
-    if (av_opt_set(&context, name.c_str(), value.c_str(), AV_OPT_SEARCH_CHILDREN) < 0)
-      throw Failure(out + ": --encoder-option " + extra + " isn't a value that the encoder " + kind.encoder + " takes",
-                    kUsage);
-  }
+  for (const std::string& extra : extras) applyExtra(out, kind, extra, context);
 }
 
 }  // namespace film
