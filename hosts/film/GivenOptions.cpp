@@ -17,6 +17,10 @@ void refuseForSeveral(bool given, const std::string& option) {
     throw Failure(option + " is for one clip; leave it away, or run the clips one by one (--help tells more)", kUsage);
 }
 
+[[noreturn]] void refuseSecond(const std::string& first, const std::string& second) {
+  throw Failure("--preset " + first + " and --preset " + second + " say the same thing twice; leave one away", kUsage);
+}
+
 }  // namespace
 
 void TakeClips(Arguments* arguments, bool writesFilms) {
@@ -45,9 +49,7 @@ void TakeSettings(Arguments* arguments) {
   std::string settingsWord, speedWord;
   for (const std::string& word : arguments->presets) {
     std::string& taken = IsEncoderSpeed(word) ? speedWord : settingsWord;
-    if (!taken.empty())
-      throw Failure("--preset " + taken + " and --preset " + word + " say the same thing twice; leave one away",
-                    kUsage);
+    if (!taken.empty()) refuseSecond(taken, word);
     taken = word;
   }
   if (!speedWord.empty()) arguments->render.encoder.preset = speedWord;

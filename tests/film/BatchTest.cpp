@@ -49,7 +49,7 @@ TEST_F(BatchTest, OneClipThatFailsDoesNotStopTheOthers) {
                                  HasSubstr("not a video"), HasSubstr("\n2 of 4 clips done, 2 failed\n")));
   EXPECT_THAT(outcome.err,
               AllOf(HasSubstr("orvane: " + (folder / "in/b.mp4") + ": not a video"),
-                    HasSubstr("orvane: " + (folder / "gone.mp4") + ": "), HasSubstr("in/a.mp4: done after 0:0")));
+                    HasSubstr("orvane: " + (folder / "gone.mp4") + ": "), HasSubstr("in/a.mp4: done after 0:")));
   EXPECT_EQ(ScanClip(folder / "steady/a.mp4").identity.frames, clipFrames);
   EXPECT_EQ(ScanClip(folder / "steady/c.mp4").identity.frames, 3);
   EXPECT_FALSE(std::filesystem::exists(folder / "steady/b.mp4"));
