@@ -19,7 +19,7 @@ void addOutFolder(CLI::App* command, Arguments* arguments) {
 }
 
 /// Has the command run on one clip here, or on several in turn. `one` is what it does.
-void runOnEach(CLI::App* command, Arguments* arguments, bool writesFilms, std::function<ExitStatus()> one) {
+void runOnEach(CLI::App* command, Arguments* arguments, bool writesFilms, const std::function<ExitStatus()>& one) {
   command->callback([=] {
     arguments->batch.command = command->get_name();
     arguments->batch.arguments = HandedOn(*command);
