@@ -30,6 +30,5 @@ void ProgressWindow::hideAndClose() {
 }
 
 void ProgressWindow::close() {
-  if (!closed) view->close();
-  closed = true;
+  if (!closed.exchange(true)) view->close();
 }

@@ -7,7 +7,7 @@
 #include "plugin/Platform.h"
 
 /// The small window that an analysis shows while it runs: a message, a line of information, a bar, a cancel button.
-/// All operations on the main thread, but `wasCancelled`, which any thread may ask.
+/// All operations on the main thread, but `cancelButton` and `wasCancelled`, which any thread may call.
 class ProgressWindow {
  public:
   /// Loads and shows the window that the platform makes of the description "ProgressWindow".
@@ -27,6 +27,6 @@ class ProgressWindow {
   void close();
 
   std::unique_ptr<ProgressView> view;  // outlives its closing: the button's action runs inside it
-  bool closed = false;
+  std::atomic<bool> closed = false;
   std::atomic<bool> cancelled = false;
 };
