@@ -51,11 +51,6 @@ struct ScanOptions {
 /// work on.
 ClipContents ScanClip(const std::string& path, const ScanOptions& options = {});
 
-/// As above; the number is not used.
-inline ClipContents ScanClip(const std::string& path, int, int threads, const ScanProgress& progress) {
-  return ScanClip(path, ScanOptions{threads, nullptr, false, progress});
-}
-
 /// Fails if the frame isn't of the format that the clip began with; `number` is for the message.
 void CheckSameFormat(const std::string& path, const VideoFormat& first, const AVFrame& frame, int number);
 

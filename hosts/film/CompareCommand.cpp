@@ -11,7 +11,7 @@ namespace film {
 namespace {
 
 ClipContents scan(const std::string& path, int threads) {
-  ClipContents contents = ScanClip(path, -1, threads, [](int) { return !Interrupted(); });
+  ClipContents contents = ScanClip(path, {.threads = threads, .progress = [](int) { return !Interrupted(); }});
   if (!contents.warning.empty()) std::fprintf(stderr, "orvane: %s\n", contents.warning.c_str());
   return contents;
 }

@@ -28,18 +28,23 @@ void runOnEach(CLI::App* command, Arguments* arguments, bool writesFilms, const 
   });
 }
 
-void addStabilise(CLI::App* app, Arguments* arguments) {
-  CLI::App* command = app->add_subcommand(
-      "stabilise", "analyse a clip unless that was done, and write the steady one; with -O, several clips");
-  command->alias("stabilize");
+/// What the commands that write films have in common.
+void addFilmOptions(CLI::App* command, Arguments* arguments) {
   AddSeveralClipsOptions(command, arguments);
   AddDocumentOptions(command, arguments);
   AddRenderOptions(command, arguments);
   addOutFolder(command, arguments);
   AddSpanOptions(command, arguments);
   AddZoomLimitOption(command, arguments);
-  AddAnalysisOptions(command, arguments);
   AddSettingOptions(command, arguments);
+}
+
+void addStabilise(CLI::App* app, Arguments* arguments) {
+  CLI::App* command = app->add_subcommand(
+      "stabilise", "analyse a clip unless that was done, and write the steady one; with -O, several clips");
+  command->alias("stabilize");
+  addFilmOptions(command, arguments);
+  AddAnalysisOptions(command, arguments);
   runOnEach(command, arguments, true, [=] { return Stabilise(arguments->session, arguments->render); });
 }
 
@@ -57,13 +62,7 @@ void addAnalyse(CLI::App* app, Arguments* arguments) {
 void addRender(CLI::App* app, Arguments* arguments) {
   CLI::App* command =
       app->add_subcommand("render", "write the steady clip from what is stored; with -O, several clips");
-  AddSeveralClipsOptions(command, arguments);
-  AddDocumentOptions(command, arguments);
-  AddRenderOptions(command, arguments);
-  addOutFolder(command, arguments);
-  AddSpanOptions(command, arguments);
-  AddZoomLimitOption(command, arguments);
-  AddSettingOptions(command, arguments);
+  addFilmOptions(command, arguments);
   runOnEach(command, arguments, true, [=] { return Render(arguments->session, arguments->render); });
 }
 

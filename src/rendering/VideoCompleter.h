@@ -2,7 +2,6 @@
 
 #include <memory>
 #include <mutex>
-#include <string>
 #include <vector>
 
 #include "analysis/HomographySet.h"
@@ -101,8 +100,8 @@ class VideoCompleter {
 
   /// From the motions between frames to `out`, which maps each of the `count` frames behind `first` to `first`.
   void LocalAccumulate(const Vorn::HomographySet& in, Vorn::HomographySet& out, int first, int count) const;
-  /// The ends of the run of `count` steps in the sorted list `frames` that grows from the one nearest to `frame` to
-  /// whichever side is nearer, the later one if both are as near. `frames` isn't empty.
+  /// The ends of the run of `count` steps in the list `frames`, taken in order, that grows from the one nearest to
+  /// `frame` to whichever side is nearer, the later one if both are as near. `frames` isn't empty.
   void getRange(int frame, int count, const std::vector<int>& frames, int& low, int& high) const;
 
   /// A stripe's work order, and what runs it.

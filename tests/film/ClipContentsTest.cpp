@@ -18,7 +18,7 @@ using testing::StartsWith;
 
 std::string FailureOf(const std::string& path) {
   try {
-    ScanClip(path, -1, 1, {});
+    ScanClip(path, {.threads = 1});
   } catch (const Failure& failure) {
     return failure.what();
   }
@@ -28,7 +28,7 @@ std::string FailureOf(const std::string& path) {
 TEST(ClipContents, FramesAreCounted) {
   const TestFolder folder;
   WriteTestClip(folder / "clip.mp4", 37);
-  const ClipContents contents = ScanClip(folder / "clip.mp4", -1, 0, {});
+  const ClipContents contents = ScanClip(folder / "clip.mp4", {.threads = 0});
   EXPECT_EQ(contents.identity.frames, 37);
   EXPECT_EQ(contents.identity.width, 64);
   EXPECT_EQ(contents.identity.height, 48);
@@ -151,7 +151,7 @@ TEST(ClipContents, JoinedTransportStreamsAreUsedUpToTheJoint) {
 TEST(ClipContents, OneFrameIsAClip) {
   const TestFolder folder;
   WriteTestClip(folder / "clip.mp4", 1);
-  const ClipContents contents = ScanClip(folder / "clip.mp4", -1, 1, {});
+  const ClipContents contents = ScanClip(folder / "clip.mp4", {.threads = 1});
   EXPECT_EQ(contents.identity.frames, 1);
   EXPECT_EQ(contents.identity.firstPacket, contents.identity.lastPacket);
 }
@@ -161,7 +161,7 @@ TEST(ClipContents, ACutFileIsUsedUpToItsLastWholeFrame) {
   WriteTestClip(folder / "clip.mp4", 40);
   const std::string bytes = ReadAll(folder / "clip.mp4");
   WriteAll(folder / "cut.mp4", bytes.substr(0, bytes.size() * 2 / 3));
-  const ClipContents contents = ScanClip(folder / "cut.mp4", -1, 0, {});
+  const ClipContents contents = ScanClip(folder / "cut.mp4", {.threads = 0});
   EXPECT_GT(contents.identity.frames, 10);
   EXPECT_LT(contents.identity.frames, 40);
   EXPECT_THAT(contents.warning, AllOf(StartsWith(folder / "cut.mp4"), HasSubstr("cut short"), HasSubstr("copy it")));
@@ -198,7 +198,7 @@ TEST(ClipContents, CountingCanBeCancelled) {
   const TestFolder folder;
   WriteTestClip(folder / "clip.mp4", 20);
   try {
-    ScanClip(folder / "clip.mp4", -1, 1, [](int) { return false; });
+    ScanClip(folder / "clip.mp4", {.threads = 1, .progress = [](int) { return false; }});
     FAIL();
   } catch (const Failure& failure) {
     EXPECT_EQ(failure.status, kCancelled);

@@ -83,7 +83,7 @@ class CommandLineTest : public testing::Test {
     EXPECT_EQ(std::count(outcome.err.begin(), outcome.err.end(), '\n'), 1) << outcome.err;
   }
   static std::vector<std::vector<float>> framesOf(const std::string& path) {
-    FrameSource source(ScanClip(path, -1, 1, {}), 1);
+    FrameSource source(ScanClip(path, {.threads = 1}), 1);
     std::vector<std::vector<float>> frames;
     for (int number = 0; number < source.contents().identity.frames; ++number)
       frames.push_back(source.fetch(number)->samples);

@@ -21,7 +21,7 @@ TEST_F(CommandLineTest, StabiliseAnalysesRendersAndSumsUp) {
   EXPECT_THAT(outcome.err, AllOf(HasSubstr("Analysing: frame 14 of 14"), HasSubstr("Rendering: frame 14 of 14")));
   EXPECT_THAT(outcome.out,
               AllOf(HasSubstr("14 frames"), HasSubstr("hold"), HasSubstr("zoom 1."), HasSubstr("frames a second")));
-  EXPECT_EQ(ScanClip(out, -1, 1, {}).identity.frames, clipFrames);
+  EXPECT_EQ(ScanClip(out, {.threads = 1}).identity.frames, clipFrames);
   const auto saved = nlohmann::json::parse(ReadAll(document));
   EXPECT_EQ(saved["archives"]["101"]["width"], clipWidth);
   EXPECT_EQ(saved["archives"]["101"]["end"], clipFrames - 1);
@@ -85,7 +85,7 @@ TEST_F(CommandLineTest, SettingsStayUntilChanged) {
 TEST_F(CommandLineTest, APartOfTheClipCanBeRendered) {
   ASSERT_EQ(run({"analyse", clip, "--quiet"}).status, 0);
   ASSERT_EQ(run({"render", clip, "-o", out, "--from", "3", "--to", "7", "--quiet"}).status, 0);
-  EXPECT_EQ(ScanClip(out, -1, 1, {}).identity.frames, 5);
+  EXPECT_EQ(ScanClip(out, {.threads = 1}).identity.frames, 5);
   expectRefusal({"render", clip, "-o", out, "--force", "--from", "3", "--to", "14", "--quiet"}, 2, clip, "0 to 13");
   expectRefusal({"render", clip, "-o", out, "--force", "--from", "8", "--to", "7", "--quiet"}, 2, "--from", "behind");
 }
@@ -125,7 +125,7 @@ TEST_F(CommandLineTest, TheLogGoesToAFileOnly) {
 TEST_F(CommandLineTest, AClipOfOneFrameWorks) {
   WriteTestClip(folder / "one.mp4", 1, clipWidth, clipHeight);
   ASSERT_EQ(run({"stabilise", folder / "one.mp4", "-o", out, "--quiet"}).status, 0);
-  EXPECT_EQ(ScanClip(out, -1, 1, {}).identity.frames, 1);
+  EXPECT_EQ(ScanClip(out, {.threads = 1}).identity.frames, 1);
 }
 
 TEST_F(CommandLineTest, SmallAndOddSizesWork) {
@@ -134,7 +134,7 @@ TEST_F(CommandLineTest, SmallAndOddSizesWork) {
     WriteTestClip(small, 4, width, height);
     const Outcome outcome = run({"stabilise", small, "-o", out, "--quiet", "--force", "--again"});
     EXPECT_EQ(outcome.status, 0) << width << ": " << outcome.err;
-    EXPECT_EQ(ScanClip(out, -1, 1, {}).identity.frames, 4) << width;
+    EXPECT_EQ(ScanClip(out, {.threads = 1}).identity.frames, 4) << width;
   }
 }
 
@@ -150,7 +150,7 @@ TEST_F(CommandLineTest, OutputsAreProtected) {
   expectRefusal({"render", clip, "-o", folder / "none/out.mp4"}, 1, folder / "none/out.mp4", "make it first");
   expectRefusal({"render", clip, "-o", folder / "out.xyz"}, 2, folder / "out.xyz", ".mp4");
   ASSERT_EQ(run({"render", clip, "-o", out, "--force", "--quiet"}).status, 0);
-  EXPECT_EQ(ScanClip(out, -1, 1, {}).identity.frames, clipFrames);
+  EXPECT_EQ(ScanClip(out, {.threads = 1}).identity.frames, clipFrames);
   EXPECT_THAT(folder.names(), Not(Contains(HasSubstr("out.mp4."))));  // nothing temporary stays
 }
 
@@ -191,7 +191,7 @@ TEST_F(CommandLineTest, AWrongNameForTheDocumentCostsNoFile) {
 TEST_F(CommandLineTest, BadInputIsNamedWithItsRemedy) {
   expectRefusal({"stabilise", folder / "none.mp4", "-o", out}, 1, folder / "none.mp4", "check the name");
   expectRefusal({"stabilise", folder / "", "-o", out}, 1, folder / "", "this is a folder");
-  expectRefusal({"stabilise", folder / std::string(300, 'x'), "-o", out}, 1, "xxx", "check the name");
+  expectRefusal({"stabilise", folder / std::string(300, 'n'), "-o", out}, 1, "nnn", "check the name");
   expectRefusal({"stabilise", clip, "-o", ""}, 2, "empty", ".mp4");
   WriteAll(folder / "text.mp4", "text");
   expectRefusal({"stabilise", folder / "text.mp4", "-o", out}, 1, folder / "text.mp4", "not a video");

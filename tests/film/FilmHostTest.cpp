@@ -12,7 +12,7 @@ class FilmHostTest : public testing::Test {
  protected:
   FilmHostTest() {
     WriteTestClip(folder / "clip.mp4", 6);
-    source = std::make_unique<FrameSource>(ScanClip(folder / "clip.mp4", -1, 1, {}), 1);
+    source = std::make_unique<FrameSource>(ScanClip(folder / "clip.mp4", {.threads = 1}), 1);
     host = std::make_unique<FilmHost>(*source, store);
   }
   TestFolder folder;

@@ -20,7 +20,7 @@ class FrameSourceTest : public testing::Test {
  protected:
   FrameSourceTest() {
     WriteTestClip(folder / "clip.mp4", 20);
-    contents = ScanClip(folder / "clip.mp4", -1, 1, {});
+    contents = ScanClip(folder / "clip.mp4", {.threads = 1});
   }
   TestFolder folder;
   ClipContents contents;

@@ -249,7 +249,7 @@ TEST_P(InterlacedClip, APreviewIsOfWholeFrames) {
 }
 
 TEST_P(InterlacedClip, TheHostShowsFieldsHalfAFrameApart) {
-  FrameSource source(ScanClip(clip, -1, 1, {}), 1);
+  FrameSource source(ScanClip(clip, {.threads = 1}), 1);
   ParameterStore store;
   FilmHost host(source, store);
   double duration = 0;
@@ -266,7 +266,7 @@ TEST_P(InterlacedClip, TheHostShowsFieldsHalfAFrameApart) {
 }
 
 TEST_P(InterlacedClip, BorrowedPicturesAreOfOneMoment) {
-  FrameSource source(ScanClip(clip, -1, 1, {}), 1);
+  FrameSource source(ScanClip(clip, {.threads = 1}), 1);
   ParameterStore store;
   FilmHost host(source, store);
   for (const double time : {5.0, 5.5, 16.0}) {  // at 16 the clip stands still on its last field

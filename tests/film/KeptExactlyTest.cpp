@@ -74,7 +74,7 @@ TEST_F(KeptExactly, AFrameThatIsNotMovedKeepsItsCodes) {
       const std::vector<std::string> before = CodesOf(still);
       ASSERT_EQ(before.size(), 3u);
       EXPECT_TRUE(CodesOf(same) == before) << av_get_pix_fmt_name(format) << fullRange;
-      EXPECT_EQ(ScanClip(same, -1, 1, {}).format.pixelFormat, format);
+      EXPECT_EQ(ScanClip(same, {.threads = 1}).format.pixelFormat, format);
     }
 }
 
@@ -118,7 +118,7 @@ TEST_F(KeptExactly, TheFirstTimeStampStays) {
     const std::string copy = folder / ("copy-" + std::string(name));
     ASSERT_EQ(run({"stabilise", folder / name, "-o", copy, "--quiet"}).status, 0);
     for (const std::string& file : {folder / name, copy}) {
-      FrameSource frames(ScanClip(file, -1, 1, {}), 1);
+      FrameSource frames(ScanClip(file, {.threads = 1}), 1);
       ASSERT_EQ(frames.contents().identity.frames, 6);
       const ClipIdentity& identity = frames.contents().identity;
       for (int number = 0; number < 6; ++number)
@@ -135,7 +135,7 @@ TEST_F(KeptExactly, NaturalsEmptyAreaIsTransparentWithAlpha) {
                  "--global-mode", "cancel", "--rendering", "natural"})
                 .status,
             0);
-  FrameSource frames(ScanClip(folder / "alpha.mkv", -1, 1, {}), 1);
+  FrameSource frames(ScanClip(folder / "alpha.mkv", {.threads = 1}), 1);
   EXPECT_TRUE(frames.contents().planes.alpha);
   int empty = 0, covered = 0;
   for (int number = 1; number < clipFrames; ++number) {
@@ -257,7 +257,7 @@ TEST_F(KeptExactly, APhonesClipComesBackWhole) {
   ASSERT_EQ(packets.size(), 3u);
   EXPECT_TRUE(PacketsBesideTheFilm(steady) == packets);
 
-  FrameSource before(ScanClip(phone, -1, 1, {}), 1), after(ScanClip(steady, -1, 1, {}), 1);
+  FrameSource before(ScanClip(phone, {.threads = 1}), 1), after(ScanClip(steady, {.threads = 1}), 1);
   ASSERT_EQ(before.contents().identity.frames, 70);
   ASSERT_EQ(after.contents().identity.frames, 70);
   ASSERT_EQ(after.contents().identity.timeBaseDenominator, 600);

@@ -27,7 +27,7 @@ void WriteRichClip(const std::string& path) {
 }
 
 void CopyClip(const std::string& from, const std::string& to, int first, int last) {
-  const ClipContents contents = ScanClip(from, -1, 1, {});
+  const ClipContents contents = ScanClip(from, {.threads = 1});
   MovieSpan span;
   span.whole = first == 0 && last == contents.identity.frames - 1;
   span.firstTime = 512 * first;
@@ -59,7 +59,7 @@ TEST(MovieWriter, FramesAndTimesAreTheClips) {
   const TestFolder folder;
   WriteTestClip(folder / "clip.mp4", 25);
   CopyClip(folder / "clip.mp4", folder / "copy.mp4", 0, 24);
-  const ClipContents copy = ScanClip(folder / "copy.mp4", -1, 1, {});
+  const ClipContents copy = ScanClip(folder / "copy.mp4", {.threads = 1});
   EXPECT_EQ(copy.identity.frames, 25);
   EXPECT_EQ(copy.identity.timeBaseDenominator, 12800);
   EXPECT_EQ(copy.format.pixelFormat, AV_PIX_FMT_YUV420P);
@@ -82,7 +82,7 @@ TEST(MovieWriter, APartOfTheClipBeginsAtZeroWithItsOwnSound) {
   const TestFolder folder;
   WriteRichClip(folder / "clip.mp4");
   CopyClip(folder / "clip.mp4", folder / "part.mp4", 10, 19);
-  const ClipContents part = ScanClip(folder / "part.mp4", -1, 1, {});
+  const ClipContents part = ScanClip(folder / "part.mp4", {.threads = 1});
   EXPECT_EQ(part.identity.frames, 10);
   EXPECT_EQ(part.firstTime, 0);
   const size_t packets = PacketsOf(folder / "part.mp4", AVMEDIA_TYPE_AUDIO).size();
@@ -102,7 +102,7 @@ TEST(MovieWriter, DepthAndChromaStay) {
   for (AVPixelFormat format :
        {AV_PIX_FMT_YUV422P, AV_PIX_FMT_YUV444P, AV_PIX_FMT_YUV420P10, AV_PIX_FMT_YUV422P10, AV_PIX_FMT_YUV444P10}) {
     WriteTestClip(folder / "clip.mp4", 3, 64, 48, 10, format);
-    EXPECT_EQ(ScanClip(folder / "clip.mp4", -1, 1, {}).format.pixelFormat, format) << av_get_pix_fmt_name(format);
+    EXPECT_EQ(ScanClip(folder / "clip.mp4", {.threads = 1}).format.pixelFormat, format) << av_get_pix_fmt_name(format);
   }
 }
 
@@ -110,7 +110,7 @@ TEST(MovieWriter, GreyIsWritten) {
   const TestFolder folder;
   WriteTestClip(folder / "clip.mp4", 3, 64, 48, 10, AV_PIX_FMT_GRAY8);
   // The library's decoder hands grey out as 4:2:0 with neutral chroma.
-  const ClipContents contents = ScanClip(folder / "clip.mp4", -1, 1, {});
+  const ClipContents contents = ScanClip(folder / "clip.mp4", {.threads = 1});
   FrameSource frames(contents, 1);
   const SharedPicture picture = frames.fetch(1);
   ASSERT_NE(picture, nullptr);
@@ -123,7 +123,7 @@ TEST(MovieWriter, GreyIsWritten) {
 TEST(MovieWriter, OddSizesAreWrittenWithFullChroma) {
   const TestFolder folder;
   WriteTestClip(folder / "clip.mp4", 3, 101, 77);
-  const ClipContents clip = ScanClip(folder / "clip.mp4", -1, 1, {});
+  const ClipContents clip = ScanClip(folder / "clip.mp4", {.threads = 1});
   EXPECT_EQ(clip.identity.width, 101);
   EXPECT_EQ(clip.identity.height, 77);
   EXPECT_EQ(clip.format.pixelFormat, AV_PIX_FMT_YUV444P);

@@ -83,7 +83,7 @@ TEST_F(PresetsTest, AnEffectDocumentIsNoPreset) {
               HasSubstr(file + ": this is a clip's effect document and no preset"));
 }
 
-TEST_F(PresetsTest, FilesMadeToDoHarmAreRefused) {
+TEST_F(PresetsTest, HarmfulFilesAreRefused) {
   EXPECT_THAT(refusalOf(std::string(500000, '[')), HasSubstr(file + ": "));
   EXPECT_THAT(refusalOf("{\"smoothing\": " + std::string(200, '[') + std::string(200, ']') + "}"),
               HasSubstr(file + ": "));
