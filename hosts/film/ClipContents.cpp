@@ -188,7 +188,8 @@ ClipContents ScanClip(const std::string& path, const ScanOptions& options) {
 void CheckSameFormat(const std::string& path, const VideoFormat& first, const AVFrame& frame, int number) {
   if (sameFormat(first, frame)) return;
   throw Failure(path + ": size or pixel format changes at frame " + std::to_string(number) +
-                "; split the clip there and stabilise the parts one by one");
+                "; split the clip there and stabilise the parts one by one, or keep what comes before with "
+                "--until-change");
 }
 
 }  // namespace film

@@ -50,22 +50,22 @@ void CopyMetadata(const AVFormatContext& source, AVFormatContext& target) {
   drop(&target.metadata, {"major_brand", "minor_version", "compatible_brands", "encoder"});
 }
 
-void CopyChapters(const AVFormatContext& source, const CopiedSpan* span, AVFormatContext& target) {
+std::int64_t TicksOf(double seconds, AVRational timeBase) {
+  constexpr double furthest = 4e18;  // two of them can still be told apart by a difference
+  return std::llround(std::clamp(seconds / av_q2d(timeBase), -furthest, furthest));
+}
+
+void CopyChapters(const AVFormatContext& source, const CopiedSpan& span, AVFormatContext& target) {
   if (source.nb_chapters == 0) return;
   target.chapters = static_cast<AVChapter**>(av_calloc(source.nb_chapters, sizeof(AVChapter*)));
   if (!target.chapters) throw std::bad_alloc();
   for (unsigned i = 0; i < source.nb_chapters; ++i) {
     const AVChapter& chapter = *source.chapters[i];
-    std::int64_t start = chapter.start, end = chapter.end;
-    if (span) {
-      const double unit = av_q2d(chapter.time_base);
-      const auto first = static_cast<std::int64_t>(std::llround(span->first / unit));
-      const auto last = static_cast<std::int64_t>(std::llround(span->last / unit));
-      if (end <= first || start >= last) continue;
-      start = std::max<std::int64_t>(start, first) - first;
-      end = std::min<std::int64_t>(end, last) - first;
-    }
-    target.chapters[target.nb_chapters++] = newChapter(chapter, start, end);
+    const std::int64_t first = TicksOf(span.first, chapter.time_base), last = TicksOf(span.last, chapter.time_base);
+    if (chapter.end <= first || chapter.start >= last) continue;
+    const std::int64_t origin = TicksOf(span.origin, chapter.time_base);
+    target.chapters[target.nb_chapters++] =
+        newChapter(chapter, std::max(chapter.start, first) - origin, std::min(chapter.end, last) - origin);
   }
 }
 

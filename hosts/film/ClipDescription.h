@@ -1,5 +1,6 @@
 #pragma once
 
+#include <limits>
 #include <string>
 #include <vector>
 
@@ -9,17 +10,21 @@
 // What a clip carries beside its packets, on its way to the output.
 namespace film {
 
-/// The part of a clip that is copied, in seconds of the clip's own time; `first` becomes the output's 0.
+/// The part of a clip that is copied, in seconds of the clip's own time: all of it unless told otherwise.
 struct CopiedSpan {
-  double first, last;
+  double first = -std::numeric_limits<double>::infinity();
+  double last = std::numeric_limits<double>::infinity();  ///< what begins then isn't copied any more
+  double origin = 0;                                      ///< becomes the output's 0
 };
 
 /// The clip's own words: title, place, camera, creation date, time code. Those of the file that it came in stay
 /// behind: its brand, its encoder.
 void CopyMetadata(const AVFormatContext& source, AVFormatContext& target);
 
-/// `span`: null for the whole clip.
-void CopyChapters(const AVFormatContext& source, const CopiedSpan* span, AVFormatContext& target);
+void CopyChapters(const AVFormatContext& source, const CopiedSpan& span, AVFormatContext& target);
+
+/// Seconds in a time base's units; those that are further away than it can count are as far as it can.
+std::int64_t TicksOf(double seconds, AVRational timeBase);
 
 /// Copies what a stream carries beside its packets: rotation and other side data, language, title, disposition.
 void CopyStreamDescription(const AVStream& source, AVStream& target);

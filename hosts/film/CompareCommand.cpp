@@ -50,7 +50,7 @@ ExitStatus Compare(const CompareOptions& options, const RenderOptions& render, P
 
   const CompareLayout layout = layoutNamed(options.layout);
   const ClipContents compared = ComparedContents(a, layout, turns);
-  MovieWriter movie(render.out, compared, MovieSpan{a.firstTime, true, 0.0}, render.encoder);
+  MovieWriter movie(render.out, compared, MovieSpan{a.firstTime, true, std::nullopt}, render.encoder);
   for (const std::string& note : movie.notes())
     std::fprintf(stderr, "orvane: %s: %s\n", render.out.c_str(), note.c_str());
   PicturePool pool(compared.format.width, compared.format.height);

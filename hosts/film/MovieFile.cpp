@@ -76,8 +76,11 @@ void MovieFile::open(const ChosenEncoder& encoder, const EncoderOptions& options
 }
 
 CopiedSpan MovieFile::copiedSpan() const {
-  const double first = static_cast<double>(span.firstTime) * av_q2d(clock);
-  return {first, first + span.seconds};
+  const double unit = av_q2d(clock);
+  CopiedSpan part;
+  if (!span.whole) part.first = part.origin = static_cast<double>(span.firstTime) * unit;
+  if (span.end) part.last = static_cast<double>(*span.end) * unit;
+  return part;
 }
 
 void MovieFile::chooseTag(const ChosenEncoder& encoder) {
@@ -93,9 +96,9 @@ void MovieFile::describe(const ChosenEncoder& encoder) {
     return;
   }
   const CopiedSpan part = copiedSpan();
-  if (!span.whole) copier->setSpan(part);
+  copier->setSpan(part);
   CopyMetadata(copier->source(), *output);
-  CopyChapters(copier->source(), span.whole ? nullptr : &part, *output);
+  CopyChapters(copier->source(), part, *output);
   lost = CopyVideoDescription(copier->film(), clip.format, *film);
   describeTimeCode();
   if (encoder.kind->id == AV_CODEC_ID_MPEG2VIDEO)

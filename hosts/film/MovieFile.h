@@ -1,6 +1,7 @@
 #pragma once
 
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -12,11 +13,11 @@
 
 namespace film {
 
-/// How long the output is to be, out of the clip that it comes from.
+/// The part of a clip that the output comes from, in the time of the clip's stream.
 struct MovieSpan {
-  std::int64_t firstTime = 0;  ///< presentation time of the first picture in the stream's time base
-  bool whole = true;           ///< all of the clip; else times are moved so that the first picture stands at 0
-  double seconds = 0.0;        ///< length; read when not `whole`
+  std::int64_t firstTime = 0;       ///< when the first picture is shown
+  bool whole = true;                ///< times stay; else they are moved so that the first picture stands at 0
+  std::optional<std::int64_t> end;  ///< when the last picture ends; nothing where what is copied goes to the file's end
 };
 
 /// The output as a file: the encoded film, what is copied from the clip beside it, and all that describes them.

@@ -1,6 +1,6 @@
 #include "film/PacketCopier.h"
 
-#include <cmath>
+#include <algorithm>
 #include <cstring>
 
 #include "film/Failure.h"
@@ -153,9 +153,9 @@ int PacketCopier::copyUntil(double seconds) {
     const std::int64_t stamp = packet->dts != AV_NOPTS_VALUE ? packet->dts : packet->pts;
     const double time = stamp == AV_NOPTS_VALUE ? 0.0 : static_cast<double>(stamp) * av_q2d(source.time_base);
     const bool cover = target != targets.end() && target->second.cover;
-    if (!cover && time - (span ? span->first : 0.0) > seconds) return 0;
+    if (!cover && time - span.origin > seconds) return 0;
     packetInHand = false;
-    const bool within = cover || !span || (time >= span->first && time < span->last);
+    const bool within = cover || (time >= span.first && time < span.last);
     const int error = target != targets.end() && within ? writePacket() : 0;
     av_packet_unref(packet.get());
     if (error < 0) return error;
@@ -167,7 +167,10 @@ int PacketCopier::writePacket() {
   const Target& to = targets.at(packet->stream_index);
   const AVStream& source = *input->streams[packet->stream_index];
   const AVStream& target = *output->streams[to.index];
-  const auto moved = span ? static_cast<std::int64_t>(std::llround(span->first / av_q2d(source.time_base))) : 0;
+  const std::int64_t moved = TicksOf(span.origin, source.time_base);
+  const std::int64_t shown = packet->pts != AV_NOPTS_VALUE ? packet->pts : packet->dts;
+  if (isOf(source, AVMEDIA_TYPE_SUBTITLE) && shown != AV_NOPTS_VALUE)
+    packet->duration = std::min(packet->duration, TicksOf(span.last, source.time_base) - shown);
   if (to.cover) packet->pts = packet->dts = moved;
   if (packet->pts != AV_NOPTS_VALUE) packet->pts -= moved;
   if (packet->dts != AV_NOPTS_VALUE) packet->dts -= moved;

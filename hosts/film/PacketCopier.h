@@ -1,7 +1,6 @@
 #pragma once
 
 #include <map>
-#include <optional>
 #include <string>
 #include <vector>
 
@@ -36,7 +35,7 @@ class PacketCopier {
   /// How many packets were left out because they are too damaged to be put into the output.
   int damagedPackets() const { return damaged; }
 
-  /// Only packets that begin within the span are copied.
+  /// Only packets that begin within the span are copied; subtitles end with it.
   void setSpan(const CopiedSpan& copiedSpan) { span = copiedSpan; }
 
   /// Writes all packets up to `seconds` of the output's time; they go between the pictures that way.
@@ -63,7 +62,7 @@ class PacketCopier {
   Packet packet;
   std::map<int, Target> targets;  // by the clip's streams
   std::vector<std::string> refused;
-  std::optional<CopiedSpan> span;
+  CopiedSpan span;
   int damaged = 0;
   bool packetInHand = false, ended = false;
 };

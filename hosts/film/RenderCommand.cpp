@@ -36,11 +36,19 @@ ClipContents writtenContents(const RenderOptions& render, const ClipContents& cl
   return render.preview ? HalfSized(clip) : clip;
 }
 
-MovieSpan movieSpan(const Span& span, const ClipContents& clip, std::int64_t firstTime) {
+/// When a frame of the clip is shown no more.
+std::int64_t endOf(const IndexedFrame& frame, const ClipContents& clip) {
+  const AVRational timeBase{clip.identity.timeBaseNumerator, clip.identity.timeBaseDenominator};
+  return frame.time + (frame.duration > 0 ? frame.duration : av_rescale_q(1, av_inv_q(clip.frameRate), timeBase));
+}
+
+MovieSpan movieSpan(const Span& span, const ClipContents& clip) {
+  const std::vector<IndexedFrame>& frames = clip.index->frames;
   MovieSpan movie;
-  movie.firstTime = firstTime;
+  movie.firstTime = frames[span.first].time;
   movie.whole = span.first == 0 && span.last == clip.identity.frames - 1;
-  movie.seconds = (span.last - span.first + 1) / av_q2d(clip.frameRate);
+  // Behind a change the file's sound goes on, to pictures that aren't there.
+  if (!movie.whole || clip.index->end == ClipEnd::Change) movie.end = endOf(frames[span.last], clip);
   return movie;
 }
 
@@ -57,7 +65,7 @@ std::optional<double> renderSpan(Session& session, const RenderOptions& render, 
                     span.last - span.first + 1);
   SharedPicture picture = session.effect().render(span.first);
   const ClipContents written = writtenContents(render, session.contents());
-  MovieWriter movie(render.out, written, movieSpan(span, written, picture->time), render.encoder);
+  MovieWriter movie(render.out, written, movieSpan(span, written), render.encoder);
   PicturePool smaller(written.format.width, written.format.height);
   const size_t told = tellNotes(movie, render.out, 0);
   for (int number = span.first; number <= span.last; ++number) {

@@ -46,8 +46,7 @@ TEST(ClipDescription, ChaptersAreCutToThePart) {
     source->chapters[i]->end = 1000 * (i + 1);
   }
   source->nb_chapters = 3;
-  const CopiedSpan span{1.5, 2.5};
-  CopyChapters(*source, &span, *target);
+  CopyChapters(*source, {1.5, 2.5, 1.5}, *target);
   ASSERT_EQ(target->nb_chapters, 2u);
   EXPECT_EQ(target->chapters[0]->start, 0);
   EXPECT_EQ(target->chapters[0]->end, 500);

@@ -31,7 +31,7 @@ void CopyClip(const std::string& from, const std::string& to, int first, int las
   MovieSpan span;
   span.whole = first == 0 && last == contents.identity.frames - 1;
   span.firstTime = 512 * first;
-  span.seconds = (last - first + 1) / 25.0;
+  if (!span.whole) span.end = 512 * (last + 1);
   EncoderOptions options;
   options.preset = "ultrafast";
   MovieWriter movie(to, contents, span, options);
