@@ -1,6 +1,7 @@
 #include "analysis/TrackerEstimator.h"
 
 #include <algorithm>
+#include <cstddef>
 #include <utility>
 
 #include "analysis/FrameLuma.h"
@@ -18,7 +19,27 @@ using Vorn::PointSet;
 
 namespace {
 
-constexpr long long kLongestClip = 1 << 24;  // frames; a day of 120 a second has fewer
+constexpr long long kFarthestFrame = 1'000'000'000;
+constexpr long long kFramesInGaps = 1 << 20;         // between the frames of a file; some ten hours of film
+constexpr long long kFramesWithoutMotion = 1 << 10;  // that a file's ranges may cover; a cut-off analysis leaves one
+
+/// Whether the frames from `start` to `end` can be those of a file that holds `number` of them. Planning and storing
+/// walk over all frames, so a damaged file of a few bytes could cost hours and all memory.
+bool IsSpan(long long start, long long end, std::size_t number) {
+  return -kFarthestFrame <= start && end <= kFarthestFrame &&
+         end - start < static_cast<long long>(number) + kFramesInGaps;
+}
+
+bool IsWithinReason(const HomographySet& motion) {
+  long long covered = 0, first = motion.start, last = motion.end;
+  for (const Vorn::Range& range : motion.range.data) {
+    covered += static_cast<long long>(range.last) - range.first + 1;
+    first = std::min<long long>(first, range.first);
+    last = std::max<long long>(last, range.last);
+  }
+  const std::size_t number = motion.hset.size();
+  return IsSpan(first, last, number) && covered <= 2 * static_cast<long long>(number) + kFramesWithoutMotion;
+}
 
 /// One level for each halving that leaves the smaller side at 61 pixels or more, and the frame itself.
 int LevelsForSize(int width, int height) {
@@ -290,18 +311,22 @@ void TrackerEstimator::finaliseFrom(int first, int last) {
 
 bool TrackerEstimator::loadMotion(const char* motionPath, const char* rotationPath, const char* confidencePath) {
   if (!motionPath) return false;
-  const bool loaded = analysedMotion.Load(motionPath);
+  analysedMotion.Clear();  // else the ranges of before would stay beside the file's
+  const bool loaded = analysedMotion.Load(motionPath) && IsWithinReason(analysedMotion);
   if (confidencePath) confidence_.Load(confidencePath);
-  if (rotationPath) analysedQuasiAffine.Load(rotationPath);
-
-  const long long frames = static_cast<long long>(analysedMotion.end) - analysedMotion.start + 1;
-  if (!loaded || frames > kLongestClip) {
+  if (!IsSpan(confidence_.start, confidence_.end, confidence_.index.size())) confidence_.Clear();
+  if (rotationPath) {
+    analysedQuasiAffine.Clear();
+    analysedQuasiAffine.Load(rotationPath);
+    if (!IsWithinReason(analysedQuasiAffine)) analysedQuasiAffine.Clear();
+  }
+  if (!loaded) {
     analysedMotion.Clear();
     confidence_.Clear();
     return false;
   }
   if (analysedMotion.hset.empty()) return true;
-  for (long long i = 0; i < frames; ++i) confidence_.Set(static_cast<int>(analysedMotion.start + i), 1.0f);
+  for (int frame = analysedMotion.start; frame <= analysedMotion.end; ++frame) confidence_.Set(frame, 1.0f);
   return true;
 }
 

@@ -80,7 +80,7 @@ class TrackerEstimator {
 
   /// Loads a stored motion (HSET), similarity and confidence (MCONF); the last two paths may be null. All frames are
   /// trusted fully, whatever the confidence file says. False, with motion and confidence empty, if the first file can't
-  /// be loaded or covers more frames than a clip can have.
+  /// be loaded or claims far more frames than it holds; of the others such a one is as good as empty.
   bool loadMotion(const char* motionPath, const char* rotationPath, const char* confidencePath);
 
   Vorn::HomographySet* motion() { return &analysedMotion; }

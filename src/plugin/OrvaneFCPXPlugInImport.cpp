@@ -1,5 +1,8 @@
 // Taking over a project of the standalone application in place of an analysis.
 
+#include <filesystem>
+#include <system_error>
+
 #include "analysis/TrackerEstimator.h"
 #include "planning/MotionProcessorFCPX.h"
 #include "plugin/OrvaneFCPXPlugIn.h"
@@ -9,6 +12,18 @@
 #include "plugin/SerialisedMotion.h"
 #include "rendering/OutputRenderer.h"
 #include "rendering/VideoCompleter.h"
+
+namespace {
+
+/// The file that a project names, for a loader. An empty name, which no loader can open, stands for what is no plain
+/// file: a pipe would be waited for, and a device may have no end.
+std::string FileOf(const std::string& path, const std::string& package) {
+  const std::string full = OrvaneFCPXPlugIn::getFullPath(path, package);
+  std::error_code fault;
+  return std::filesystem::is_regular_file(full, fault) ? full : std::string();
+}
+
+}  // namespace
 
 void OrvaneFCPXPlugIn::doImportProject() {
   if (progressWindow) return progressWindow->bringToFront();
@@ -43,12 +58,12 @@ bool OrvaneFCPXPlugIn::takeProject(const ProjectFile& project, const std::string
   if (!project.hasDimensions()) takeDimensionsOfFirstFrame();
   if (motionLoaded) storeMotion(setting);
   const bool eventsLoaded =
-      project.events && motionLoaded && loadProjectEvents(getFullPath(*project.events, package), setting);
+      project.events && motionLoaded && loadProjectEvents(FileOf(*project.events, package), setting);
 
-  // A completer made here has no record of how to ask for frames, and the first render keeps it: a known limit of
-  // importing before the first render.
+  // A completer made here completes nothing and has no record of how to ask for frames, and the first render keeps it:
+  // a known limit of importing before the first render.
   if (!ObjC_VC) ObjC_VC = std::make_unique<VideoCompleter>();
-  if (project.gains) ObjC_VC->loadGains(getFullPath(*project.gains, package).c_str());
+  if (project.gains) ObjC_VC->loadGains(FileOf(*project.gains, package).c_str());  // not stored: gone on reload
   if (ObjC_MP) {
     ObjC_VC->setGlobalMotion(*ObjC_MP->actualMotion());
     ObjC_VC->setOutputMotion(*ObjC_MP->designMotion());
@@ -60,18 +75,20 @@ bool OrvaneFCPXPlugIn::takeProject(const ProjectFile& project, const std::string
 bool OrvaneFCPXPlugIn::loadProjectMotion(const ProjectFile& project, const std::string& package) {
   if (!project.motion) return false;
   if (!ObjC_TRKME) ObjC_TRKME = std::make_unique<TrackerEstimator>();
-  const auto resolved = [&](const std::optional<std::string>& path) {
-    return path ? getFullPath(*path, package) : std::string();
+  // A path that is missing or empty isn't loaded at all; one that leads nowhere fails to load.
+  const auto fileOf = [&](const std::optional<std::string>& path) {
+    return path && !path->empty() ? std::optional(FileOf(*path, package)) : std::nullopt;
   };
-  const std::string motion = resolved(project.motion), rotation = resolved(project.rotation),
-                    confidence = resolved(project.confidence);
-  const auto given = [](const std::string& path) { return path.empty() ? nullptr : path.c_str(); };
+  const auto motion = fileOf(project.motion), rotation = fileOf(project.rotation),
+             confidence = fileOf(project.confidence);
+  const auto given = [](const std::optional<std::string>& path) { return path ? path->c_str() : nullptr; };
   return ObjC_TRKME->loadMotion(given(motion), given(rotation), given(confidence));
 }
 
 void OrvaneFCPXPlugIn::takeDimensionsOfFirstFrame() {
+  auto* images = _apiManager->apiForProtocol<FxTemporalImageAPI>();
   std::unique_ptr<FxImage> frame;
-  if (!_apiManager->apiForProtocol<FxTemporalImageAPI>()->getSourceBitmap(&frame, fullSizeFrameAt(0.0), 0.0)) return;
+  if (!images || !images->getSourceBitmap(&frame, fullSizeFrameAt(0.0), 0.0)) return;
   analysisWide = frame->width();
   analysisHigh = frame->height();
 }

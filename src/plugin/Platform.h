@@ -12,7 +12,8 @@ struct AlertSheet {
   int style = 0;  ///< 0 warning, 1 information
 };
 
-/// A modal panel that chooses one existing item.
+/// A modal panel, floating above the application's windows, that chooses one existing file. A package counts as a file;
+/// other folders can't be chosen.
 struct OpenPanel {
   std::string title;
   std::vector<std::string> allowedFileTypes;  ///< file name extensions without the dot

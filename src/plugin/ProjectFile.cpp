@@ -1,6 +1,7 @@
 #include "plugin/ProjectFile.h"
 
 #include <algorithm>
+#include <cstdint>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
@@ -11,6 +12,7 @@
 namespace {
 
 constexpr std::string_view quotes = "\"'";
+constexpr std::uintmax_t mostBytes = 16 << 20;
 constexpr long largestSize = 65535;  // pixels; beyond it a size is a typing error, not a frame
 
 /// Walks a section's text as the standalone application's own reader does.
@@ -53,6 +55,10 @@ std::optional<std::string_view> Section(std::string_view text, std::string_view 
 std::optional<std::string> PathIn(std::string_view text, const std::string& tag) {
   const auto section = Section(text, "<" + tag + ">", "</" + tag + ">");
   return section ? std::optional<std::string>(Trimmed(*section)) : std::nullopt;
+}
+
+void AddPath(const std::string& tag, const std::optional<std::string>& path, std::string& text) {
+  if (path) text += "  <" + tag + ">" + *path + "</" + tag + ">\n";
 }
 
 /// How many bytes belong to a character by its first two, 0 where none begins so (RFC 3629, section 4).
@@ -103,9 +109,23 @@ std::optional<ProjectFile> ParseProjectFile(const std::string& text) {
   return project;
 }
 
+std::string ProjectFileText(const ProjectFile& project) {
+  std::string text = "<project>\n  <sequence";
+  if (project.hasDimensions())
+    text += " width=\"" + std::to_string(project.width) + "\" height=\"" + std::to_string(project.height) + "\"";
+  text += "></sequence>\n";
+  AddPath("motion", project.motion, text);
+  AddPath("premotion", project.rotation, text);
+  AddPath("motionConfidence", project.confidence, text);
+  AddPath("filters", project.events, text);
+  if (project.gains) text += "  <completion><gains source=\"" + *project.gains + "\"/></completion>\n";
+  return text + "</project>\n";
+}
+
 std::optional<std::string> ReadUTF8File(const std::string& path) {
   std::error_code fault;
   if (!std::filesystem::is_regular_file(path, fault)) return std::nullopt;  // a device or a pipe may have no end
+  if (std::filesystem::file_size(path, fault) > mostBytes) return std::nullopt;
   std::ifstream in(path, std::ios::binary);
   std::ostringstream text;
   if (in.peek() != std::ifstream::traits_type::eof()) text << in.rdbuf();  // not even a folder's fault throws here

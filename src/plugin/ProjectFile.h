@@ -15,5 +15,9 @@ struct ProjectFile {
 /// Reads the text of an index file. Nothing where it lacks the sequence section, without which it is no project.
 std::optional<ProjectFile> ParseProjectFile(const std::string& text);
 
-/// The whole text of a file; nothing if it can't be read or isn't UTF-8.
+/// The text of an index file that `ParseProjectFile` reads back. A path must not hold quotes or tags, which have no
+/// escapes here.
+std::string ProjectFileText(const ProjectFile& project);
+
+/// The whole text of a file; nothing if it can't be read, isn't UTF-8 or is larger than any index, 16 MiB.
 std::optional<std::string> ReadUTF8File(const std::string& path);

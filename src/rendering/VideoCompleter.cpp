@@ -37,6 +37,19 @@ void ScaleMotion(HomographySet& motion, const Matrix& scale, const Matrix& back)
 
 }  // namespace
 
+VideoCompleter::VideoCompleter(const FxRenderInfo& info)
+    : enableAGC(true),
+      renderInfo(info),
+      selfLocking(true),
+      extent(100),
+      neighbourHood(15),
+      doMosaic(true),
+      transferPrevious(true),
+      expaint(true),
+      previousFrameCompleted(-10000),
+      maxCacheSize_(50),
+      renderMode_(CompleteNearest) {}
+
 void VideoCompleter::setAnalysisWidth(int width, int height) {
   analysisWide = width;
   analysisHigh = height;

@@ -37,9 +37,9 @@ enum CompletionMode {
 /// motion's `originLocation` is 4. One call of `complete` at a time; it spreads its work over all processors.
 class VideoCompleter {
  public:
-  VideoCompleter() = default;  ///< Knows no way to ask for frames.
-  /// `info` is how frames will be asked for.
-  explicit VideoCompleter(const FxRenderInfo& info) : renderInfo(info) {}
+  VideoCompleter() = default;  ///< Knows no way to ask for frames, and all ways to fill are off: nothing is completed.
+  /// Completes as the effect does. `info` is how frames will be asked for.
+  explicit VideoCompleter(const FxRenderInfo& info);
 
   void setAnalysisWidth(int width, int height);
   void setGlobalMotion(const Vorn::HomographySet& motion) { globalMotion = motion; }  ///< measured, frame to frame
@@ -111,10 +111,10 @@ class VideoCompleter {
   };
   static void CompletionWrapper(void* stripe);
 
-  int renderingMode = 0;  ///< nothing reads it
-  bool enableAGC = true;  ///< the gain of what is borrowed is matched
+  int renderingMode = 0;   ///< nothing reads it
+  bool enableAGC = false;  ///< the gain of what is borrowed is matched
   FxRenderInfo renderInfo;
-  bool selfLocking = true;                ///< frames are handed out under a lock
+  bool selfLocking = false;               ///< frames are handed out under a lock
   std::unique_ptr<Vorn::Image> previous;  ///< the last completed output
   bool invertAxes = false;                ///< rows run upward
   Vorn::HomographySet globalMotion, outputMotion;
@@ -123,12 +123,12 @@ class VideoCompleter {
   int analysisWide = 0, analysisHigh = 0;  ///< pixels
   std::vector<float> frameGains;
   int gainStart = 0;        ///< the frame of the first gain
-  int extent = 100;         ///< how far from the frame in hand neighbours may lie
-  int neighbourHood = 15;   ///< frames considered; each call sets it to its window's length
+  int extent = 0;           ///< how far from the frame in hand neighbours may lie
+  int neighbourHood = 0;    ///< frames considered; each call sets it to its window's length
   bool mosaicWork = false;  ///< the frame in hand is filled from others
-  bool doMosaic = true, transferPrevious = true, expaint = true;  ///< the three ways to fill
-  int completable = 0, completed = 0;   ///< pixels of the frame in hand that needed filling, and that others filled
-  int previousFrameCompleted = -10000;  ///< the frame kept in `previous`
+  bool doMosaic = false, transferPrevious = false, expaint = false;  ///< the three ways to fill
+  int completable = 0, completed = 0;  ///< pixels of the frame in hand that needed filling, and that others filled
+  int previousFrameCompleted = 0;      ///< the frame kept in `previous`
   bool verbose = false;
   std::vector<cacheEntry> cache;
 
@@ -170,10 +170,10 @@ class VideoCompleter {
   FxTemporalImageAPI* sequence_ = nullptr;
   int sequenceStart_ = 0, sequenceLength_ = 0;
   int interlace_ = 0;
-  int maxCacheSize_ = 50;
+  int maxCacheSize_ = 0;
   bool bestInterpolation_ = false;
   float renderScale_ = 1.0f;
-  int renderMode_ = CompleteNearest;
+  int renderMode_ = 0;
 
   std::mutex sourceLock;       // guards `cache`
   std::mutex integrateStatus;  // guards the two counts

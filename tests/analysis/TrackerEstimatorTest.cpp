@@ -8,6 +8,8 @@
 #include <filesystem>
 #include <set>
 #include <string>
+#include <tuple>
+#include <vector>
 
 #include "analysis/FileBytes.h"
 #include "analysis/SyntheticClip.h"
@@ -662,6 +664,53 @@ TEST_F(LoadMotionTest, SpanThatNoClipHasIsRefused) {
   ASSERT_TRUE(motion.Save(MotionPath().c_str()));
   EXPECT_FALSE(estimator.loadMotion(MotionPath().c_str(), nullptr, nullptr));
   EXPECT_TRUE(estimator.motion()->hset.empty());
+}
+
+TEST_F(LoadMotionTest, ALoadedMotionLeavesNothingOfTheOneBefore) {
+  HomographySet before;
+  for (int frame = 0; frame <= 99; ++frame) before.Set(frame, Matrix::GetIdentity(3));
+  before.AppendRange(0, 99);
+  before.originLocation = 0;
+  estimator.setMotion(before, MotionConfidenceSet());
+  *estimator.qamotion() = before;
+  ASSERT_TRUE(estimator.loadMotion(MotionPath().c_str(), MotionPath().c_str(), nullptr));
+  for (const HomographySet* set : {estimator.motion(), estimator.qamotion()}) {
+    EXPECT_TRUE(set->range.data.empty()) << "the file has no ranges";
+    EXPECT_EQ(set->start, 3);
+    EXPECT_EQ(set->end, 7);
+    EXPECT_EQ(set->originLocation, 4);
+  }
+}
+
+TEST_F(LoadMotionTest, RangesThatClaimFarMoreThanTheFileHoldsAreRefused) {
+  HomographySet motion;
+  motion.Set(0, Matrix::GetIdentity(3));
+  motion.Set(1, Matrix::GetIdentity(3));
+  for (const auto& [first, last, loads] : std::vector<std::tuple<int, int, bool>>{
+           {0, 1, true}, {0, 2, true}, {0, 1000000, false}, {0, 2147483647, false}, {-2147483647, 0, false}}) {
+    motion.range.data = {{first, last}};
+    ASSERT_TRUE(motion.Save(MotionPath().c_str()));
+    EXPECT_EQ(estimator.loadMotion(MotionPath().c_str(), nullptr, nullptr), loads) << first << " to " << last;
+    EXPECT_EQ(estimator.motion()->range.data.empty(), !loads);
+  }
+}
+
+TEST_F(LoadMotionTest, DamagedRotationAndConfidenceCountAsMissing) {
+  const std::string damaged = folder + "damaged";
+  HomographySet rotation;
+  rotation.Set(0, Matrix::GetIdentity(3));
+  rotation.Set(2000000000, Matrix::GetIdentity(3));
+  ASSERT_TRUE(rotation.Save(damaged.c_str()));
+  EXPECT_TRUE(estimator.loadMotion(MotionPath().c_str(), damaged.c_str(), nullptr));
+  EXPECT_TRUE(estimator.qamotion()->hset.empty());
+
+  MotionConfidenceSet confidence;
+  confidence.Set(-2000000000, 0.5f);
+  confidence.Set(5, 0.5f);
+  ASSERT_TRUE(confidence.Save(damaged.c_str()));
+  EXPECT_TRUE(estimator.loadMotion(MotionPath().c_str(), nullptr, damaged.c_str()));
+  EXPECT_EQ(estimator.confidence()->start, 3);
+  EXPECT_EQ(estimator.confidence()->number, 5u);
 }
 
 TEST_F(LoadMotionTest, DebugFilesAreWrittenOrTheirFailureIsLogged) {

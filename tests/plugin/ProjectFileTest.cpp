@@ -47,6 +47,26 @@ TEST(ProjectFile, SizesThatAreNoneAreMissing) {
         << attributes;
 }
 
+TEST(ProjectFile, WhatIsWrittenReadsBack) {
+  ProjectFile project;
+  project.width = 1920, project.height = 1080;
+  project.motion = "m.set", project.rotation = "r.set", project.confidence = "c", project.events = "e e.mfp";
+  project.gains = "../g";
+  const auto whole = ParseProjectFile(ProjectFileText(project));
+  ASSERT_TRUE(whole);
+  EXPECT_EQ(whole->width, 1920);
+  EXPECT_EQ(whole->height, 1080);
+  EXPECT_EQ(whole->motion, "m.set");
+  EXPECT_EQ(whole->rotation, "r.set");
+  EXPECT_EQ(whole->confidence, "c");
+  EXPECT_EQ(whole->events, "e e.mfp");
+  EXPECT_EQ(whole->gains, "../g");
+  const auto bare = ParseProjectFile(ProjectFileText({}));
+  ASSERT_TRUE(bare);
+  EXPECT_FALSE(bare->hasDimensions() || bare->motion || bare->rotation || bare->confidence || bare->events ||
+               bare->gains);
+}
+
 TEST(ProjectFile, OnlyTextInUTF8IsRead) {
   const std::string path = testing::TempDir() + "project-file-test.fpf";
   const auto read = [&](const std::string& bytes) {

@@ -456,6 +456,23 @@ TEST_F(FrameCacheTest, TrimmingDropsWhatIsIdleForSixteenRenders) {
   EXPECT_EQ(completer->cache[1].frame, 3) << "in use";
 }
 
+TEST(VideoCompleter, WithoutARenderRecordNothingIsCompleted) {
+  const VideoCompleter plain;
+  EXPECT_EQ(plain.maxCacheSize(), 0);
+  EXPECT_EQ(plain.renderMode(), 0);
+  EXPECT_EQ(plain.extent, 0);
+  EXPECT_EQ(plain.neighbourHood, 0);
+  EXPECT_EQ(plain.previousFrameCompleted, 0);
+  EXPECT_FALSE(plain.enableAGC || plain.selfLocking || plain.doMosaic || plain.transferPrevious || plain.expaint);
+  const VideoCompleter whole{FxRenderInfo()};
+  EXPECT_EQ(whole.maxCacheSize(), 50);
+  EXPECT_EQ(whole.renderMode(), 1);
+  EXPECT_EQ(whole.extent, 100);
+  EXPECT_EQ(whole.neighbourHood, 15);
+  EXPECT_EQ(whole.previousFrameCompleted, -10000);
+  EXPECT_TRUE(whole.enableAGC && whole.selfLocking && whole.doMosaic && whole.transferPrevious && whole.expaint);
+}
+
 TEST_F(FrameCacheTest, CachesCanBeReleasedBeforeAnyFrame) {
   VideoCompleter unused;
   unused.releaseCaches();
