@@ -86,6 +86,17 @@ std::optional<double> renderSpan(Session& session, const RenderOptions& render, 
   return progress.rate();
 }
 
+/// What the user should know after an analysis, with the zoom that will be used.
+std::vector<Warning> limitZoomAndTell(Session& session) {
+  try {
+    session.limitZoom();
+  } catch (const Failure&) {
+    TellWarnings(session);
+    throw;
+  }
+  return TellWarnings(session);
+}
+
 ExitStatus renderAndTell(Session& session, const RenderOptions& render, const Span& span,
                          const std::vector<Warning>& warnings) {
   const std::optional<double> rate = renderSpan(session, render, span);
@@ -126,9 +137,10 @@ ExitStatus Stabilise(const SessionOptions& options, const RenderOptions& render)
   std::vector<Warning> warnings;
   if (session.needsAnalysis()) {
     if (!session.analyse()) return Cancelled(KeptAnalysis(session));
-    warnings = TellWarnings(session);
+    warnings = limitZoomAndTell(session);
+  } else {
+    session.limitZoom();
   }
-  session.limitZoom();
   return renderAndTell(session, render, span, warnings);
 }
 

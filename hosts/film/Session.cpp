@@ -1,5 +1,6 @@
 #include "film/Session.h"
 
+#include <algorithm>
 #include <cstdio>
 #include <utility>
 
@@ -33,6 +34,10 @@ bool fits(const EffectDocument& document, const ClipContents& contents, bool aga
     if (!again) throw;
     return false;
   }
+}
+
+bool isNatural(const SettingChange& change) {
+  return change.id == kRenderingType && static_cast<int>(change.value) == RenderNatural;
 }
 
 }  // namespace
@@ -136,13 +141,14 @@ void Session::limitZoom() {
 void Session::findSmoothing() {
   if (!options.maxZoom) return;
   // With less smoothing there may be a crop after all.
-  if (fellBack) current->change({{kRenderingType, RenderZoom}});
+  const bool tryAgain = fellBack && std::none_of(options.changes.begin(), options.changes.end(), isNatural);
+  if (tryAgain) current->change({{kRenderingType, RenderZoom}});
   try {
     const ZoomLimit limit = LimitZoom(*current, options.clip, *options.maxZoom);
     if (options.progress != ProgressStyle::None && options.progress != ProgressStyle::Json)
       std::fprintf(stderr, "orvane: %s: %s\n", options.clip.c_str(), TextOf(limit).c_str());
   } catch (const Failure&) {
-    if (fellBack) current->change({{kRenderingType, RenderNatural}});
+    if (tryAgain) current->change({{kRenderingType, RenderNatural}});
     throw;
   }
 }

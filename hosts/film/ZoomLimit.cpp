@@ -76,8 +76,10 @@ ZoomLimit LimitZoom(Effect& effect, const std::string& clip, double most) {
 std::string TextOf(const ZoomLimit& limit) {
   if (limit.smoothing == limit.smoothingBefore)
     return "smoothing stays at " + std::to_string(limit.smoothing) + ": it takes " + text(limit.zoom);
-  return "smoothing lowered from " + std::to_string(limit.smoothingBefore) + " to " + std::to_string(limit.smoothing) +
-         ": it takes " + text(limit.zoom) + " and took " + text(limit.zoomBefore);
+  const std::string lowered = "smoothing lowered from " + std::to_string(limit.smoothingBefore) + " to " +
+                              std::to_string(limit.smoothing) + ": ";
+  if (limit.zoomBefore == noZoom) return lowered + "there is a crop now, and it takes " + text(limit.zoom);
+  return lowered + "it takes " + text(limit.zoom) + " and took " + text(limit.zoomBefore);
 }
 
 }  // namespace film
