@@ -36,13 +36,6 @@ bool ReadUnsigned(FILE* file, unsigned int& v) {
   return true;
 }
 
-bool ReadFloat(FILE* file, double& v) {
-  long bits = 0;
-  if (!readLong(file, bits)) return false;
-  v = std::bit_cast<float>(static_cast<std::uint32_t>(bits));
-  return true;
-}
-
 bool ReadDouble(FILE* file, double& v) {
   long low = 0, high = 0;
   if (!readLong(file, low) || !readLong(file, high)) return false;
@@ -73,12 +66,9 @@ void WriteChunkHeader(FILE* file, const char* tag, long length) {
   writeLong(file, length);
 }
 
-void WriteFloat(FILE* file, double v) { writeLong(file, std::bit_cast<std::uint32_t>(static_cast<float>(v))); }
-
-void WriteDouble(FILE* file, double v) {
+bool WriteDouble(FILE* file, double v) {
   const auto bits = std::bit_cast<std::uint64_t>(v);
-  writeLong(file, static_cast<long>(bits & 0xffffffffu));
-  writeLong(file, static_cast<long>(bits >> 32));
+  return writeLong(file, static_cast<long>(bits & 0xffffffffu)) && writeLong(file, static_cast<long>(bits >> 32));
 }
 
 /// The nine values of a motion matrix, row by row; what a matrix of another shape lacks is taken from the identity.
@@ -197,14 +187,17 @@ bool HomographySet::readConf(FILE* file) {
 bool HomographySet::readMRNG(FILE* file, long length) {
   constexpr long recordLength = 16;
   if (length % recordLength != 0) return false;
-  for (; length > 0; length -= recordLength) {
+  std::vector<Range> ranges;
+  bool complete = true;
+  for (; complete && length > 0; length -= recordLength) {
     RIFFChunkHeader record;
     Range r;
-    if (!readRIFFChunkHeader(file, record) || record.tag != Tag("RANG")) return false;
-    if (!ReadSigned(file, r.first) || !ReadSigned(file, r.last)) return false;
-    if (record.length == 8) range.AddRange(r.first, r.last);
+    complete = readRIFFChunkHeader(file, record) && record.tag == Tag("RANG") && ReadSigned(file, r.first) &&
+               ReadSigned(file, r.last);
+    if (complete && record.length == 8) ranges.push_back(r);
   }
-  return true;
+  AddRanges(range, ranges);
+  return complete;
 }
 
 bool HomographySet::readProjections(FILE* file, long length) {

@@ -183,4 +183,29 @@ MultiRange MultiRange::FindNegativeOverlap(const MultiRange& other) const {
 
 void MultiRange::Sort() { std::ranges::stable_sort(data, compareRange); }
 
+void AddRanges(MultiRange& set, const std::vector<Range>& ranges) {
+  struct Arrival {
+    Range span;
+    size_t order;
+  };
+  std::vector<Arrival> arrivals, merged;
+  for (const Range& r : set.data) arrivals.push_back({r, arrivals.size()});
+  for (const Range& r : ranges)
+    if (!IsEmpty(r)) arrivals.push_back({r, arrivals.size()});
+  std::ranges::sort(arrivals, [](const Arrival& a, const Arrival& b) { return compareRange(a.span, b.span); });
+
+  const Wide a = static_cast<int>(set.adjacency);
+  for (const Arrival& next : arrivals) {
+    if (merged.empty() || next.span.first > merged.back().span.last + a) {
+      merged.push_back(next);
+    } else {
+      merged.back().span.last = std::max(merged.back().span.last, next.span.last);
+      merged.back().order = std::min(merged.back().order, next.order);  // it stands where its first part stood
+    }
+  }
+  std::ranges::sort(merged, {}, &Arrival::order);
+  set.data.clear();
+  for (const Arrival& m : merged) set.data.push_back(m.span);
+}
+
 }  // namespace Vorn

@@ -55,4 +55,8 @@ class MultiRange {
   bool mergeOneInto(int& candidate);
 };
 
+/// Adds the ranges to a set whose spans don't touch, with the result of `AddRange` for one after the other; but in
+/// n log n, so that a file of ever so many ranges is read in no time.
+void AddRanges(MultiRange& set, const std::vector<Range>& ranges);
+
 }  // namespace Vorn

@@ -1,7 +1,6 @@
 #include "numerics/PointSet.h"
 
 #include <algorithm>
-#include <bit>
 #include <cstdint>
 #include <fstream>
 #include <utility>
@@ -12,17 +11,6 @@ namespace Vorn {
 namespace {
 
 constexpr long recordSize = 16;  // id, x, y, weight
-
-bool ReadFloat(std::FILE* file, double& value) {
-  long bits = 0;
-  if (!readLong(file, bits)) return false;
-  value = std::bit_cast<float>(static_cast<std::uint32_t>(bits));
-  return true;
-}
-
-bool WriteFloat(std::FILE* file, double value) {
-  return writeLong(file, std::bit_cast<std::uint32_t>(static_cast<float>(value)));
-}
 
 bool ReadRecord(std::FILE* file, Point2D& point) {
   long id = 0;

@@ -1,5 +1,7 @@
 #include "numerics/RIFF.h"
 
+#include <bit>
+#include <cstdint>
 #include <utility>
 
 namespace Vorn {
@@ -36,6 +38,15 @@ bool readInt(FILE* file, int& v) {
 }
 
 bool writeInt(FILE* file, int v) { return writeLittleEndian(file, 2, v); }
+
+bool ReadFloat(FILE* file, double& v) {
+  long bits = 0;
+  if (!readLong(file, bits)) return false;
+  v = std::bit_cast<float>(static_cast<std::uint32_t>(bits));
+  return true;
+}
+
+bool WriteFloat(FILE* file, double v) { return writeLong(file, std::bit_cast<std::uint32_t>(static_cast<float>(v))); }
 
 bool readRIFFChunkHeader(FILE* file, RIFFChunkHeader& h) {
   RIFFChunkHeader header;

@@ -33,6 +33,12 @@ bool readInt(FILE* file, int& v);
 /// Writes the low 2 bytes of `v`.
 bool writeInt(FILE* file, int v);
 
+/// Reads a number of single precision into one of double.
+bool ReadFloat(FILE* file, double& v);
+
+/// Writes `v`, narrowed to single precision.
+bool WriteFloat(FILE* file, double v);
+
 /// Reads a tag and a length; `h` changes only when both were there.
 bool readRIFFChunkHeader(FILE* file, RIFFChunkHeader& h);
 

@@ -208,13 +208,15 @@ bool AGCStorage::loadGains(FILE* file, long bytes) {
 
 bool AGCStorage::loadRanges(FILE* file, long bytes) {
   range.data.clear();
-  for (; bytes > 0; bytes -= recordBytes) {
+  std::vector<Range> ranges;
+  bool complete = true;
+  for (; complete && bytes > 0; bytes -= recordBytes) {
     Range covered;
-    if (!ReadRecordHead(file, "RANG") || !ReadFrame(file, covered.first) || !ReadFrame(file, covered.last))
-      return false;
-    AddRange(covered.first, covered.last);
+    complete = ReadRecordHead(file, "RANG") && ReadFrame(file, covered.first) && ReadFrame(file, covered.last);
+    if (complete) ranges.push_back(covered);
   }
-  return Skip(file, bytes);
+  AddRanges(range, ranges);
+  return complete && Skip(file, bytes);
 }
 
 bool AGCStorage::loadLegacy(const char* path) {

@@ -193,4 +193,37 @@ TEST(MultiRange, NegativeOverlapHasAnAdjacencyOfOne) {
   EXPECT_EQ(Ranges({{0, 9}}, 0).FindNegativeOverlap(MultiRange()).adjacency, 1u);
 }
 
+TEST(MultiRange, AddingRangesTogetherIsAddingThemOneByOne) {
+  unsigned int state = 1;
+  const auto draw = [&](int below) {
+    state = state * 1664525u + 1013904223u;
+    return static_cast<int>((state >> 8) % static_cast<unsigned int>(below));
+  };
+  for (int round = 0; round < 400; ++round) {
+    MultiRange together, oneByOne;
+    together.adjacency = oneByOne.adjacency = static_cast<unsigned int>(round % 3);
+    std::vector<Range> ranges;
+    for (int i = 0; i < 12; ++i) {
+      const int first = draw(150);
+      ranges.push_back({first, first - 1 + draw(8)});
+    }
+    for (const Range& r : ranges) oneByOne.AddRange(r.first, r.last);
+    AddRanges(together, {ranges.begin(), ranges.begin() + 5});
+    AddRanges(together, {ranges.begin() + 5, ranges.end()});
+    ASSERT_EQ(together.data.size(), oneByOne.data.size()) << round;
+    for (size_t i = 0; i < together.data.size(); ++i) {
+      EXPECT_EQ(together.data[i].first, oneByOne.data[i].first) << round;
+      EXPECT_EQ(together.data[i].last, oneByOne.data[i].last) << round;
+    }
+  }
+}
+
+TEST(MultiRange, RangesAtTheEndsOfTheNumbersMeet) {
+  MultiRange ranges;
+  AddRanges(ranges, {{2147483646, 2147483647}, {-2147483647 - 1, 0}, {2147483640, 2147483645}});
+  ASSERT_EQ(ranges.data.size(), 2u);
+  EXPECT_EQ(ranges.data[0].first, 2147483640);
+  EXPECT_EQ(ranges.data[0].last, 2147483647);
+}
+
 }  // namespace
