@@ -25,6 +25,11 @@ void CodedFrames::setMemory(std::size_t bytes) {
   mostKept = static_cast<int>(std::clamp<std::size_t>(bytes / static_cast<std::size_t>(frameBytes), 4, 1000));
 }
 
+void CodedFrames::keepNeighbourhood() {
+  constexpr std::size_t neighbourhood = 72;  // 50 and those between them and the ones read ahead
+  setMemory(std::min(neighbourhood * static_cast<std::size_t>(frameBytes), std::size_t{3} << 29));
+}
+
 SharedCodedFrame CodedFrames::fetch(int number) {
   const std::lock_guard<std::mutex> guard(lock);
   if (SharedCodedFrame found = find(number)) return found;

@@ -27,6 +27,10 @@ class CodedFrames {
   /// From now on keeps as many as this memory holds.
   void setMemory(std::size_t bytes);
 
+  /// From now on keeps all neighbours that are asked for around a frame, as far as 1.5 GiB hold them: with fewer kept
+  /// than are asked for, all would be decoded anew for each frame.
+  void keepNeighbourhood();
+
   /// Frames that are kept at most.
   int capacity() const { return mostKept; }
 

@@ -12,18 +12,48 @@ HostField HostFieldAt(AVFieldOrder order, double time) {
   return field == Field::Top ? kUpperField : kLowerField;
 }
 
-FxImageInfo FilmImage::imageInfo() const {
+namespace {
+
+FxImageInfo InfoOf(const FxImage& image) {
   FxImageInfo info;
-  info.width = picture->width;
-  info.height = picture->height;
+  info.width = image.width();
+  info.height = image.height();
   info.depth = 3;
-  info.field = hostField;
+  info.field = image.field();
   info.origin = 1;
   return info;
 }
 
+}  // namespace
+
+FxImageInfo FilmImage::imageInfo() const { return InfoOf(*this); }
+
+FilmNeighbour::FilmNeighbour(FilmHost& filmHost, double atTime, SharedCodedFrame codedFrame)
+    : host(filmHost), time(atTime), coded(std::move(codedFrame)) {}
+
+FxImageInfo FilmNeighbour::imageInfo() const { return InfoOf(*this); }
+
+int FilmNeighbour::width() const { return host.format().width; }
+
+int FilmNeighbour::height() const { return host.format().height; }
+
+int FilmNeighbour::field() const { return HostFieldAt(host.format().fieldOrder, time); }
+
+void* FilmNeighbour::dataPtr() const {
+  const std::lock_guard<std::mutex> guard(lock);
+  if (!picture) picture = host.develop(time, *coded);
+  return picture->samples.data();
+}
+
+void FilmNeighbour::restPixels() const {
+  const std::lock_guard<std::mutex> guard(lock);
+  picture = nullptr;
+}
+
 FilmHost::FilmHost(FrameSource& frames, ParameterStore& parameters)
-    : source(frames), store(parameters), moments(frames.contents().format.width, frames.contents().format.height) {}
+    : source(frames), store(parameters), moments(frames.contents().format.width, frames.contents().format.height) {
+  recentMoments.makeRoom(FrameSource::momentMemory, moments.pictureBytes());
+}
 
 void FilmHost::rethrowTrouble() {
   const std::lock_guard<std::mutex> guard(lock);
@@ -44,11 +74,10 @@ bool FilmHost::hasTime(double time) const {
   return time >= 0 && (time < frameCount() || (interlaced() && time == frameCount()));
 }
 
-SharedPicture FilmHost::neighbour(int number) {
+SharedCodedFrame FilmHost::coded(int number) {
   const std::lock_guard<std::mutex> guard(lock);
   try {
-    const SharedCodedFrame coded = source.fetchCoded(number);
-    return coded ? source.convert(*coded) : nullptr;
+    return source.fetchCoded(number);
   } catch (...) {
     trouble = std::current_exception();
     return nullptr;
@@ -59,11 +88,20 @@ int FilmHost::frameAt(double time) const { return std::min(static_cast<int>(time
 
 SharedPicture FilmHost::moment(double time, const SharedPicture& frame) {
   if (!frame) return nullptr;
-  const AVFieldOrder order = source.contents().format.fieldOrder;
   SharedPicture kept = moments.take();
-  const bool first = time < frameCount() && time == std::floor(time);
-  KeepField(*frame, first ? FirstField(order) : SecondField(order), *kept);
+  KeepField(*frame, isFirstField(time) ? FirstField(format().fieldOrder) : SecondField(format().fieldOrder), *kept);
   return kept;
+}
+
+bool FilmHost::isFirstField(double time) const { return time < frameCount() && time == std::floor(time); }
+
+SharedPicture FilmHost::develop(double time, const CodedFrame& coded) {
+  if (!interlaced()) return source.convert(coded);
+  const int field = 2 * coded.number + (isFirstField(time) ? 0 : 1);
+  if (SharedPicture known = recentMoments.find(field)) return known;
+  SharedPicture made = moment(time, source.convert(coded));
+  recentMoments.keep(field, made);
+  return made;
 }
 
 bool FilmHost::getSourceBitmap(std::unique_ptr<FxImage>* bitmap, const FxRenderInfo&, double atTime) {
@@ -79,10 +117,8 @@ bool FilmHost::getSourceBitmap(std::unique_ptr<FxImage>* bitmap, const FxRenderI
 bool FilmHost::getInputBitmap(std::unique_ptr<FxImage>* bitmap, const FxRenderInfo&, double atTime) {
   bitmap->reset();
   if (!hasTime(atTime)) return false;
-  SharedPicture found = neighbour(frameAt(atTime));  // nothing stands before the effect
-  if (interlaced()) found = moment(atTime, found);
-  if (found)
-    *bitmap = std::make_unique<FilmImage>(std::move(found), HostFieldAt(source.contents().format.fieldOrder, atTime));
+  SharedCodedFrame found = coded(frameAt(atTime));  // nothing stands before the effect
+  if (found) *bitmap = std::make_unique<FilmNeighbour>(*this, atTime, std::move(found));
   return *bitmap != nullptr;
 }
 

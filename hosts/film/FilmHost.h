@@ -37,6 +37,32 @@ class FilmImage : public FxImage {
   HostField hostField;
 };
 
+class FilmHost;
+
+/// A neighbour of the frame in hand: kept as coded, and made into a picture when somebody looks at it, since most of
+/// those that are asked for aren't. The host must outlive it.
+class FilmNeighbour : public FxImage {
+ public:
+  FilmNeighbour(FilmHost& filmHost, double atTime, SharedCodedFrame codedFrame);
+
+  int imageType() const override { return bitmapType; }
+  FxImageInfo imageInfo() const override;
+  void* dataPtr() const override;
+  int rowBytes() const override { return 16 * width(); }
+  int width() const override;
+  int height() const override;
+  int field() const override;
+  bool isLasting() const override { return true; }
+  void restPixels() const override;
+
+ private:
+  FilmHost& host;
+  double time;
+  SharedCodedFrame coded;
+  mutable std::mutex lock;
+  mutable SharedPicture picture;
+};
+
 /// The services that a clip's effect finds in this host. A clip of n frames begins at time 0 and has the duration
 /// n - 1, one unit being one frame.
 ///
@@ -54,6 +80,11 @@ class FilmHost : public FxAPIManager,
   /// Frame `number` of the clip, or null when it has none such or can't be read.
   SharedPicture picture(int number);
 
+  /// What the clip shows at a time, made from the frame there. Any thread.
+  SharedPicture develop(double time, const CodedFrame& coded);
+
+  const VideoFormat& format() const { return source.contents().format; }
+
   /// Why a frame couldn't be given, if that was more than a number that the clip hasn't; thrown and forgotten.
   void rethrowTrouble();
 
@@ -64,8 +95,7 @@ class FilmHost : public FxAPIManager,
   /// Of an interlaced clip the frame with both of its fields, of which the effect takes the one of that time.
   bool getSourceBitmap(std::unique_ptr<FxImage>* bitmap, const FxRenderInfo& withInfo, double atTime) override;
   /// Of an interlaced clip the picture at that moment in all of its rows: the effect keeps the same rows of all frames
-  /// that it borrows from, whichever field they are asked at. Frames are kept as coded: the same neighbours are asked
-  /// for again and again.
+  /// that it borrows from, whichever field they are asked at.
   bool getInputBitmap(std::unique_ptr<FxImage>* bitmap, const FxRenderInfo& withInfo, double atTime) override;
 
  protected:
@@ -76,13 +106,15 @@ class FilmHost : public FxAPIManager,
   bool interlaced() const { return source.contents().format.interlaced(); }
   bool hasTime(double time) const;
   SharedPicture moment(double time, const SharedPicture& frame);
-  SharedPicture neighbour(int number);
+  bool isFirstField(double time) const;
+  SharedCodedFrame coded(int number);
   int frameAt(double time) const;
 
   FrameSource& source;
   ParameterStore& store;
   PicturePool moments;
-  std::mutex lock;  // over the frame source and `trouble`
+  RecentPictures recentMoments;  // by field
+  std::mutex lock;               // over the frame source and `trouble`
   std::exception_ptr trouble;
 };
 

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <memory>
 #include <mutex>
@@ -27,6 +28,9 @@ class PicturePool {
 
   /// A picture with the samples of whoever had it last.
   SharedPicture take();
+
+  /// What one takes.
+  std::size_t pictureBytes() const { return static_cast<std::size_t>(width) * static_cast<std::size_t>(height) * 16; }
 
  private:
   struct Store {

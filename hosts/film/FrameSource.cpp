@@ -5,10 +5,7 @@
 
 namespace film {
 FrameSource::FrameSource(ClipContents clipContents, int decoderThreads)
-    : clip(std::move(clipContents)),
-      pool(clip.format.width, clip.format.height),
-      onDemand(clip.planes),
-      frames(clip, decoderThreads, 0) {}
+    : clip(std::move(clipContents)), pool(clip.format.width, clip.format.height), frames(clip, decoderThreads, 0) {}
 
 FrameSource::~FrameSource() { stop(); }
 
@@ -41,18 +38,36 @@ bool FrameSource::isNeighbour(int number) {
 }
 
 SharedCodedFrame FrameSource::fetchCoded(int number) {
-  frames.setMemory(neighbourMemory);
+  frames.keepNeighbourhood();
+  const std::size_t memory = clip.format.interlaced() ? pictureMemory - momentMemory : pictureMemory;
+  recent.makeRoom(memory, pool.pictureBytes());
   return frames.fetch(number);
 }
 
-SharedPicture FrameSource::convert(const CodedFrame& coded) { return toPicture(onDemand, coded); }
+SharedPicture FrameSource::convert(const CodedFrame& coded) {
+  std::unique_ptr<Converter> converter = takeConverter();
+  SharedPicture picture = toPicture(*converter, coded);
+  const std::lock_guard<std::mutex> guard(convertersLock);
+  converters.push_back(std::move(converter));
+  return picture;
+}
+
+std::unique_ptr<FrameSource::Converter> FrameSource::takeConverter() {
+  const std::lock_guard<std::mutex> guard(convertersLock);
+  if (converters.empty()) return std::make_unique<Converter>(clip.planes);
+  std::unique_ptr<Converter> converter = std::move(converters.back());
+  converters.pop_back();
+  return converter;
+}
 
 SharedPicture FrameSource::toPicture(Converter& converter, const CodedFrame& coded) {
+  if (SharedPicture known = recent.find(coded.number)) return known;
   SharedPicture picture = pool.take();
   converter.colours.toFloat(converter.planes.read(*coded.frame), picture->samples.data(), picture->rowBytes());
   picture->number = coded.number;
   picture->time = coded.time;
   picture->duration = coded.duration;
+  recent.keep(coded.number, picture);
   return picture;
 }
 

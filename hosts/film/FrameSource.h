@@ -11,6 +11,7 @@
 #include "film/ColourConverter.h"
 #include "film/FloatPicture.h"
 #include "film/FramePlanes.h"
+#include "film/RecentPictures.h"
 
 namespace film {
 
@@ -19,8 +20,8 @@ namespace film {
 /// Frames asked for in order come from a thread that decodes and converts ahead. The neighbours of where it stands are
 /// kept as coded and converted when they are asked for, without disturbing it. Anything else moves it.
 ///
-/// One caller at a time. Memory: the frames read ahead, the one given last, once neighbours were asked for 256 MiB of
-/// coded frames, and what callers hold.
+/// One caller at a time, but for `convert`. Memory: the frames read ahead, the one given last, and what callers hold;
+/// once neighbours were asked for, the coded frames of a neighbourhood and the pictures used last too.
 class FrameSource {
  public:
   FrameSource(ClipContents clip, int threads);
@@ -36,14 +37,18 @@ class FrameSource {
   /// The same frame as it was coded.
   SharedCodedFrame fetchCoded(int number);
 
-  /// What `fetch` gives for this frame of the clip.
+  /// What `fetch` gives for this frame of the clip. Any thread. Pictures are shared: nobody may change them.
   SharedPicture convert(const CodedFrame& coded);
+
+  /// Bytes of pictures that are kept for their next use. Of an interlaced clip these are mostly its moments, which are
+  /// pictures of their own: two are made from one frame.
+  static constexpr std::size_t pictureMemory = std::size_t{768} << 20;
+  static constexpr std::size_t momentMemory = pictureMemory / 4 * 3;
 
  private:
   static constexpr int readAhead = 2;        // with the one in the making
   static constexpr int neighbourhood = 120;  // frames to either side of where the thread stands
   static constexpr int longestVisit = 24;    // neighbours in order; a caller that asks for more moves on from there
-  static constexpr std::size_t neighbourMemory = std::size_t{256} << 20;
 
   /// What turns coded frames into pictures; for one thread.
   struct Converter {
@@ -60,6 +65,7 @@ class FrameSource {
   void push(SharedPicture picture);
   SharedPicture pop();
   SharedPicture toPicture(Converter& converter, const CodedFrame& coded);
+  std::unique_ptr<Converter> takeConverter();
 
   ClipContents clip;
   PicturePool pool;
@@ -67,7 +73,9 @@ class FrameSource {
   int nextNumber = 0;     // what the front of `ready` is or will be
   int lastNeighbour = 0;  // the one that was asked for last
   int visited = 0;        // how many were asked for in order up to that one
-  Converter onDemand;
+  RecentPictures recent;
+  std::mutex convertersLock;
+  std::vector<std::unique_ptr<Converter>> converters;  // those on demand that are idle
 
   CodedFrames frames;
   std::thread reader;

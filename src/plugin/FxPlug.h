@@ -48,6 +48,13 @@ class FxImage {
   virtual int width() const = 0;     ///< pixels
   virtual int height() const = 0;    ///< pixels
   virtual int field() const = 0;     ///< 0 progressive; else the field in hand: 1 the even rows of memory, 2 the odd
+
+  /// Whether the pixels stay as they are while the object lives, so that nobody needs a copy of them. A host can then
+  /// put off making them until `dataPtr` is called, which is safe from any thread.
+  virtual bool isLasting() const { return false; }
+  /// Of a lasting image: the pixels aren't looked at until `dataPtr` is called again, so that the host may use their
+  /// memory for others. Nobody may be reading them.
+  virtual void restPixels() const {}
 };
 
 /// Flags of a parameter's declaration.

@@ -8,7 +8,6 @@
 #include "numerics/Log.h"
 #include "numerics/Parallel.h"
 #include "numerics/SVD.h"
-#include "rendering/Expainter.h"
 #include "rendering/ParallelBackProjectComplete.h"
 
 using Vorn::HomographySet;
@@ -122,12 +121,12 @@ bool VideoCompleter::complete(Image* image, Image* matte, Matrix* projection, in
 
   if (completed == completable && doMosaic) transfer = repair = false;
   if (transfer && previousFrameCompleted == frameNumber - 1) transferFromPrevious();
-  if (repair) Expainter().Repair(*srcImage, *srcMatte, true);
+  if (repair) expainter.Repair(*srcImage, *srcMatte, true);
   if (!outputMotion.hset.empty() && transferPrevious) keepAsPrevious();
   coverer.reset();
   layout.reset();
   previousFrameCompleted = frameNumber;
-  releaseCaches();
+  emptyCache();
   return repair || completed == completable;
 }
 
@@ -187,8 +186,7 @@ void VideoCompleter::borrow(const Window& window, const Vorn::Rectangle& border)
   coverer->displayTransform = Hback;
   coverer->separation = kSeparation;
   coverer->CalculateCoverage(border, frameNumber, window.first, window.first + window.count - 1, 0.5f);
-  // Loaded now, so that the stripes needn't wait for one another; they stay in use until all are released.
-  for (const int frame : coverer->frames) getFrame(frame, frameNumber, frameWidth, frameHeight);
+  loadCoverage();
 
   const int count = Vorn::ProcessorCount(), size = frameHeight / count;
   std::vector<Stripe> stripes(count);
@@ -236,9 +234,10 @@ void VideoCompleter::keepAsPrevious() {
       previous->GetStride() != srcImage->GetStride())
     previous = std::make_unique<Image>(frameWidth, frameHeight, srcImage->GetStride(), Vorn::ARGBSF);
   if (!previous->valid) return previous.reset();
-  const size_t rowBytes = sizeof(PixelARGBSF) * frameWidth;  // the last row needn't have its padding
-  std::memcpy(previous->rows[0], srcImage->rows[0],
-              static_cast<size_t>(srcImage->GetStride()) * (frameHeight - 1) + rowBytes);
+  const size_t rowBytes = sizeof(PixelARGBSF) * frameWidth;
+  Vorn::ForEachStripe(frameHeight, [&](int first, int end) {
+    for (int y = first; y < end; ++y) std::memcpy(previous->rows[y], srcImage->rows[y], rowBytes);
+  });
 }
 
 void VideoCompleter::LocalAccumulate(const HomographySet& in, HomographySet& out, int first, int count) const {

@@ -13,13 +13,16 @@
 #include "planning/Mosaic.h"
 #include "plugin/FxPlug.h"
 #include "rendering/AGCStorage.h"
+#include "rendering/Expainter.h"
 
 /// A frame of the clip that is held while it may be borrowed from.
 struct cacheEntry {
-  std::unique_ptr<Vorn::Image> image;
+  std::unique_ptr<Vorn::Image> image;  ///< null while a lasting bitmap rests
   int frame = 0;
-  int users = 0;       ///< calls of `getFrame` without their `doneFrame`
-  int lastRender = 0;  ///< the render that asked for it last
+  int users = 0;                              ///< calls of `getFrame` without their `doneFrame`
+  int lastRender = 0;                         ///< the render that asked for it last
+  std::unique_ptr<FxImage> bitmap = nullptr;  ///< the host's, if it lasts; else `image` is a copy
+  int ahead = 0;                              ///< those of the users that haven't looked at it
 };
 
 /// How the completer picks the colour of an empty pixel.
@@ -149,23 +152,37 @@ class VideoCompleter {
   bool findWindow(int number, int low, int high, Window& window);
   void fitToCache(int number, Window& window) const;
   void borrow(const Window& window, const Vorn::Rectangle& border);
+  void loadCoverage();
   void transferFromPrevious();
   void keepAsPrevious();
 
-  bool completePixel(Work& work, int x, int y, Vorn::PixelARGBSF& pixel);
-  bool fromNearest(Work& work, const Vorn::Point2D& place, Vorn::PixelARGBSF& pixel);
+  void findHoles(Work& work, int first, int end);
+  void fillFromCoverage(Work& work);
+  int fillFrom(Work& work, int frame);
+  void fill(int x, int y, Vorn::PixelARGBSF pixel);
+
+  bool completePixel(Work& work, const Vorn::Point2D& place, Vorn::PixelARGBSF& pixel);
+  Vorn::Point2D placeInLayout(int x, int y) const;
+  bool fromNearest(Work& work, Vorn::PixelARGBSF& pixel);
   bool fromMean(Work& work, Vorn::PixelARGBSF& pixel);
   bool fromMedian(Work& work, Vorn::PixelARGBSF& pixel);
   bool fromSame(Work& work, const Vorn::Point2D& place, Vorn::PixelARGBSF& pixel);
   void takeSamples(Work& work);
+  bool borrowFrom(const Vorn::Image& image, int frame, const Vorn::Point2D& at, Vorn::PixelARGBSF& pixel) const;
   const Vorn::Image* hold(Work& work, int frame);
   void dropHeld(const Work& work);
   Vorn::PixelARGBSF sampleAt(const Vorn::Image& image, double x, double y) const;
   bool isInside(const Vorn::Point2D& place) const;
 
   std::unique_lock<std::mutex> lockSource();
-  std::unique_ptr<Vorn::Image> fetch(int frame, int width, int height) const;
   std::vector<cacheEntry>::iterator find(int frame, int width, int height);
+  cacheEntry* enter(int frame, int render, int width, int height);
+  bool fetch(cacheEntry& entry, int width, int height);
+  void develop(cacheEntry& entry, const FxImage& bitmap);
+  void restIdle();
+  void takeBack(std::unique_ptr<Vorn::Image> image);
+  void emptyCache();
+  std::unique_ptr<Vorn::Image> newImage(int width, int height);
 
   FxTemporalImageAPI* sequence_ = nullptr;
   int sequenceStart_ = 0, sequenceLength_ = 0;
@@ -175,8 +192,9 @@ class VideoCompleter {
   float renderScale_ = 1.0f;
   int renderMode_ = 0;
 
-  std::mutex sourceLock;       // guards `cache`
-  std::mutex integrateStatus;  // guards the two counts
+  std::mutex sourceLock;                            // guards `cache`
+  std::mutex integrateStatus;                       // guards the two counts
+  std::vector<std::unique_ptr<Vorn::Image>> spare;  // of dropped entries, so that a render allocates little
   Vorn::Image* srcImage = nullptr;
   Vorn::Image* srcMatte = nullptr;
   std::unique_ptr<Vorn::Mosaic> layout;
@@ -184,4 +202,5 @@ class VideoCompleter {
   Vorn::Matrix Hback = Vorn::Matrix::GetIdentity(3);  // from the output to the frame
   Vorn::Point2D origin;
   int frameNumber = 0, frameWidth = 0, frameHeight = 0;
+  Expainter expainter;  // kept for its memory
 };

@@ -11,6 +11,7 @@
 // Borrowing, pixel by pixel.
 
 using Vorn::Image;
+using Vorn::Matrix;
 using Vorn::PixelARGBSF;
 using Vorn::Point2D;
 
@@ -25,8 +26,18 @@ double Luma(const PixelARGBSF& pixel) { return 0.299 * pixel.r + 0.587 * pixel.g
 
 }  // namespace
 
+/// An empty pixel, and its place in the layout.
+struct Hole {
+  int x, y;
+  double px, py;
+  Point2D place() const { return {px, py}; }
+};
+
 struct VideoCompleter::Work {
-  std::vector<int> offered;     // the coverage's frames, in its order
+  std::vector<Hole> holes;
+  int filled = 0;
+
+  // Of one pixel at a time.
   std::vector<int> frames;      // the candidates
   std::vector<Point2D> places;  // where they show the pixel
   std::vector<Sample> samples;
@@ -50,39 +61,95 @@ void VideoCompleter::dropHeld(const Work& work) {
 void VideoCompleter::CompleteStripe(int first, int end) {
   if (!layout) return;
   Work work;
-  if (coverer) work.offered = coverer->frames;
-  const int maximum = MatteMaximum(*srcMatte);
-  int filled = 0, total = 0;
-  for (int y = first; y < std::min(end, frameHeight); ++y) {
-    auto* row = reinterpret_cast<PixelARGBSF*>(srcImage->rows[y]);
-    for (int x = 0; x < frameWidth; ++x) {
-      if (MatteValue(*srcMatte, x, y) >= maximum) continue;
-      ++total;
-      if (!mosaicWork) continue;
+  findHoles(work, first, std::min(end, frameHeight));
+  const int total = static_cast<int>(work.holes.size());
+  if (mosaicWork && renderMode_ == CompleteNearest && coverer) {
+    fillFromCoverage(work);
+  } else if (mosaicWork) {
+    for (const Hole& hole : work.holes) {
       PixelARGBSF pixel{};
-      if (!completePixel(work, x, invertAxes ? frameHeight - 1 - y : y, pixel)) continue;
-      if (pixel.a >= kOpaque) pixel.a = 1.0f;
-      row[x] = pixel;
-      FillMatte(*srcMatte, x, y);
-      ++filled;
+      if (!completePixel(work, hole.place(), pixel)) continue;
+      fill(hole.x, hole.y, pixel);
+      ++work.filled;
     }
   }
   dropHeld(work);
-  integrateStats(filled, total);
+  integrateStats(work.filled, total);
+}
+
+/// The pixels that aren't known as a whole, row by row.
+void VideoCompleter::findHoles(Work& work, int first, int end) {
+  const int maximum = MatteMaximum(*srcMatte);
+  for (int y = first; y < end; ++y) {
+    for (int x = 0; x < frameWidth; ++x) {
+      if (MatteValue(*srcMatte, x, y) >= maximum) continue;
+      const Point2D place = placeInLayout(x, invertAxes ? frameHeight - 1 - y : y);
+      work.holes.push_back({x, y, place.x, place.y});
+    }
+  }
+}
+
+Point2D VideoCompleter::placeInLayout(int x, int y) const {
+  Point2D place = Point2D(x, y) - origin;
+  if (scaled) place = Vorn::ProjectPoint(Hf2m, place);
+  return Vorn::ProjectPoint(Hback, place) + layout->originOffset;
+}
+
+void VideoCompleter::fill(int x, int y, PixelARGBSF pixel) {
+  if (pixel.a >= kOpaque) pixel.a = 1.0f;
+  reinterpret_cast<PixelARGBSF*>(srcImage->rows[y])[x] = pixel;
+  FillMatte(*srcMatte, x, y);
+}
+
+/// Fills each hole from the first frame of the coverage's list that covers it well. Frame by frame, so that few of them
+/// need be in memory at a time.
+void VideoCompleter::fillFromCoverage(Work& work) {
+  for (const int frame : coverer->frames) {
+    if (work.holes.empty()) return;
+    if (std::abs(frame - frameNumber) < kFarthest) work.filled += fillFrom(work, frame);
+  }
+}
+
+/// Fills from one frame, and takes the holes that it covers off the list, whether its pixel is whole or not. Returns
+/// how many were filled.
+int VideoCompleter::fillFrom(Work& work, int frame) {
+  const Matrix* inverse = nullptr;
+  if (layout->projections.Index(frame) < 0) return 0;
+  const bool moved = layout->inverseProjections.Get(frame, inverse);
+  const auto placeOf = [&](const Hole& hole) {
+    const Point2D inPlane = hole.place() - layout->originOffset;
+    return (moved ? Vorn::ProjectPoint(*inverse, inPlane) : inPlane) + layout->centreOffset;
+  };
+  const auto covered = [&](const Hole& hole) { return isInside(placeOf(hole)); };
+  auto left = std::find_if(work.holes.begin(), work.holes.end(), covered);
+  if (left == work.holes.end()) return 0;
+  const Image* const image = getFrame(frame, frameNumber, frameWidth, frameHeight);
+  if (!image) return 0;
+
+  int filled = 0;
+  for (auto hole = left; hole != work.holes.end(); ++hole) {
+    const Point2D at = placeOf(*hole);
+    if (!isInside(at)) {
+      *left++ = *hole;
+      continue;
+    }
+    PixelARGBSF pixel{};
+    if (!borrowFrom(*image, frame, at, pixel)) continue;
+    fill(hole->x, hole->y, pixel);
+    ++filled;
+  }
+  work.holes.erase(left, work.holes.end());
+  doneFrame(frame, frameWidth, frameHeight);
+  return filled;
 }
 
 /// The colour of an empty pixel; false if no frame has one.
-bool VideoCompleter::completePixel(Work& work, int x, int y, PixelARGBSF& pixel) {
-  Point2D place = Point2D(x, y) - origin;
-  if (scaled) place = Vorn::ProjectPoint(Hf2m, place);
-  place = Vorn::ProjectPoint(Hback, place) + layout->originOffset;
-  if (renderMode_ == CompleteNearest && coverer) return fromNearest(work, place, pixel);
-
+bool VideoCompleter::completePixel(Work& work, const Point2D& place, PixelARGBSF& pixel) {
   layout->InFrames(place.x, place.y, work.frames, work.places, frameNumber, neighbourHood);
   if (work.frames.empty()) return false;
   switch (renderMode_) {
     case CompleteNearest:
-      return fromNearest(work, place, pixel);
+      return fromNearest(work, pixel);
     case CompleteMean:
       return fromMean(work, pixel);
     case CompleteMedian:
@@ -102,23 +169,16 @@ PixelARGBSF VideoCompleter::sampleAt(const Image& image, double x, double y) con
   return bestInterpolation_ ? Vorn::Lanczos3ARGBSF(&image, x, y) : Vorn::BilinearARGBSF(&image, x, y);
 }
 
-/// The first frame of the coverage's list that covers the pixel well; without such a list the nearest candidate in
-/// time.
-bool VideoCompleter::fromNearest(Work& work, const Point2D& place, PixelARGBSF& pixel) {
-  const auto take = [&](int frame, const Point2D& at) {
-    const Image* image = hold(work, frame);
-    if (!image) return false;
-    pixel = sampleAt(*image, at.x, invertAxes ? frameHeight - 1 - at.y : at.y);
-    if (pixel.a > kOpaque) pixel = compensateGain(pixel, frame, frameNumber);
-    return true;
-  };
-  if (coverer) {
-    for (const int frame : work.offered) {
-      const Point2D at = layout->LocationInFrame(place.x, place.y, frame);
-      if (isInside(at) && std::abs(frame - frameNumber) < kFarthest && take(frame, at)) return pixel.a > kOpaque;
-    }
-    return false;
-  }
+/// The pixel of a frame, in the light of the frame in hand; false, and the sample as it is, if it isn't whole.
+bool VideoCompleter::borrowFrom(const Image& image, int frame, const Point2D& at, PixelARGBSF& pixel) const {
+  pixel = sampleAt(image, at.x, invertAxes ? frameHeight - 1 - at.y : at.y);
+  if (!(pixel.a > kOpaque)) return false;
+  pixel = compensateGain(pixel, frame, frameNumber);
+  return true;
+}
+
+/// The nearest candidate in time, without a coverage's list.
+bool VideoCompleter::fromNearest(Work& work, PixelARGBSF& pixel) {
   int best = -1, least = kFarthest;
   for (size_t i = 0; i < work.frames.size(); ++i) {
     const int distance = std::abs(work.frames[i] - frameNumber);
@@ -126,7 +186,9 @@ bool VideoCompleter::fromNearest(Work& work, const Point2D& place, PixelARGBSF& 
     least = distance;
     best = static_cast<int>(i);
   }
-  return best >= 0 && take(work.frames[best], work.places[best]) && pixel.a > kOpaque;
+  if (best < 0) return false;
+  const Image* image = hold(work, work.frames[best]);
+  return image && borrowFrom(*image, work.frames[best], work.places[best], pixel);
 }
 
 /// Samples the candidates of the neighbourhood, where they show the pixel well inside. Rows aren't turned round for

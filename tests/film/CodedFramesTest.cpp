@@ -65,13 +65,20 @@ TEST_F(CodedFramesTest, GoingBackwardsFindsWhatWasPassed) {
   EXPECT_EQ(frames.jumps(), jumps);
 }
 
+TEST_F(CodedFramesTest, ANeighbourhoodIsKeptWhole) {
+  CodedFrames frames(contents, 1, 0);
+  frames.keepNeighbourhood();
+  EXPECT_GE(frames.capacity(), 52) << "fifty neighbours and two that are read ahead";
+}
+
 TEST_F(CodedFramesTest, AFrameSourceConvertsThemToWhatItGivesItself) {
-  FrameSource source(contents, 2);
+  FrameSource source(contents, 2), other(contents, 2);
   for (int number : {7, 20, 3}) {
     const SharedCodedFrame coded = source.fetchCoded(number);
     ASSERT_NE(coded, nullptr);
-    const SharedPicture converted = source.convert(*coded), fetched = source.fetch(number);
+    const SharedPicture converted = source.convert(*coded), fetched = other.fetch(number);
     ASSERT_NE(fetched, nullptr);
+    ASSERT_NE(fetched, converted);
     EXPECT_TRUE(converted->samples == fetched->samples);
     EXPECT_EQ(converted->number, number);
     EXPECT_EQ(converted->time, fetched->time);

@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include <cstring>
+
 #include "film/Clips.h"
 #include "film/Failure.h"
 
@@ -54,6 +56,30 @@ TEST_F(FilmHostTest, FramesAreBitmapsOfFloatsFromTheTop) {
   const float* argb = static_cast<const float*>(bitmap->dataPtr());
   EXPECT_EQ(argb[0], 1.0f);
   EXPECT_NEAR(argb[4 * 64 * 5 + 4 * 7 + 2], TestLuma(3, 7, 5), 0.03);
+}
+
+TEST_F(FilmHostTest, NeighboursLastAndComeBackAfterARest) {
+  std::unique_ptr<FxImage> frame, neighbour, other;
+  ASSERT_TRUE(host->getSourceBitmap(&frame, FxRenderInfo{}, 3.0));
+  EXPECT_FALSE(frame->isLasting());
+  ASSERT_TRUE(host->getInputBitmap(&neighbour, FxRenderInfo{}, 3.0));
+  EXPECT_TRUE(neighbour->isLasting());
+  EXPECT_EQ(neighbour->imageType(), FxImage::bitmapType);
+  EXPECT_EQ(neighbour->width(), 64);
+  EXPECT_EQ(neighbour->height(), 48);
+  EXPECT_EQ(neighbour->rowBytes(), 64 * 16);
+  EXPECT_EQ(neighbour->imageInfo().width, 64);
+  EXPECT_NE(neighbour->imageInfo().origin, 0);
+  const size_t bytes = 64 * 48 * 16;
+  EXPECT_EQ(std::memcmp(neighbour->dataPtr(), frame->dataPtr(), bytes), 0);
+  for (int round = 0; round < 2; ++round)
+    for (double time = 0; time < 6; ++time) {
+      ASSERT_TRUE(host->getInputBitmap(&other, FxRenderInfo{}, time));
+      EXPECT_NE(other->dataPtr(), nullptr);
+    }
+  EXPECT_EQ(std::memcmp(neighbour->dataPtr(), frame->dataPtr(), bytes), 0);
+  neighbour->restPixels();
+  EXPECT_EQ(std::memcmp(neighbour->dataPtr(), frame->dataPtr(), bytes), 0);
 }
 
 TEST_F(FilmHostTest, TimesWithoutAFrameFail) {

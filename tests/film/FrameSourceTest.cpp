@@ -85,6 +85,15 @@ TEST_F(FrameSourceTest, NeighboursDoNotDisturbTheOrder) {
   }
 }
 
+TEST_F(FrameSourceTest, OnceNeighboursAreAskedForEachFrameIsMadeOnce) {
+  FrameSource source(contents, 1);
+  const SharedPicture neighbour = source.convert(*source.fetchCoded(9));
+  EXPECT_EQ(source.convert(*source.fetchCoded(9)), neighbour);
+  for (int number = 0; number < 9; ++number) source.fetch(number);
+  EXPECT_EQ(source.fetch(9), neighbour);
+  EXPECT_EQ(source.convert(*source.fetchCoded(4)), source.fetch(4));
+}
+
 TEST_F(FrameSourceTest, ASecondRunGivesTheSame) {
   FrameSource source(contents, 1);
   std::vector<std::vector<float>> first;

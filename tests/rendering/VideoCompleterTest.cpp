@@ -2,7 +2,9 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cmath>
+#include <cstring>
 #include <map>
 #include <set>
 
@@ -70,17 +72,37 @@ Matrix Shift(double dx, double dy) {
   return m;
 }
 
+/// What became of a host's lasting bitmaps.
+struct Looks {
+  std::set<int> frames;  // that were looked at
+  int awake = 0, mostAwake = 0;
+};
+
 class Bitmap : public FxImage {
  public:
   Bitmap(int width, int height) : image(width, height, Vorn::ARGBSF) {}
   int imageType() const override { return bitmapType; }
   FxImageInfo imageInfo() const override { return {}; }
-  void* dataPtr() const override { return image.rows[0]; }
+  ~Bitmap() override { restPixels(); }
+  void* dataPtr() const override {
+    if (looks && !awake) looks->mostAwake = std::max(looks->mostAwake, ++looks->awake);
+    if (looks) looks->frames.insert(frame);
+    awake = true;
+    return image.rows[0];
+  }
+  bool isLasting() const override { return looks != nullptr; }
+  void restPixels() const override {
+    if (looks && awake) --looks->awake;
+    awake = false;
+  }
   int rowBytes() const override { return image.GetStride(); }
   int width() const override { return image.GetWidth(); }
   int height() const override { return image.GetHeight(); }
   int field() const override { return 0; }
   Image image;
+  Looks* looks = nullptr;
+  int frame = 0;
+  mutable bool awake = false;
 };
 
 /// A clip of a camera that moves over the scene: frame f has its corner at (`speed` f, 0).
@@ -100,6 +122,8 @@ class Clip : public FxTemporalImageAPI {
         At(frame->image, x, row) = {1.0f, value, value, value};
       }
     }
+    frame->frame = static_cast<int>(atTime);
+    if (lasting) frame->looks = &looks;
     *bitmap = std::move(frame);
     return true;
   }
@@ -107,6 +131,8 @@ class Clip : public FxTemporalImageAPI {
   int width = kWidth;
   double speed = 3;
   bool upward = false;
+  bool lasting = false;
+  Looks looks;
   std::map<int, float> lights;
   std::set<int> missing;
   std::vector<double> times;
@@ -239,6 +265,42 @@ TEST_F(CompletionTest, AFrameThatCannotBeFetchedCountsAsNotThere) {
   Warp(30, 0);
   EXPECT_NO_FATAL_FAILURE(Complete());
   for (int x = 0; x < 30; ++x) ASSERT_NEAR(At(image, x, 90).g, Truth(x - 30, 90), 1e-4) << x;
+}
+
+TEST_F(CompletionTest, ALastingFrameIsLookedAtOnlyWhereItIsBorrowedFrom) {
+  clip.speed = 11;  // the frames stand apart: each neighbour is offered
+  completer->expaint = false;
+  HomographySet motion;
+  for (int f = 0; f <= 40; ++f) motion.Set(f, Shift(f == 0 ? 0 : -clip.speed, 0));
+  motion.AppendRange(0, 40);
+  completer->setGlobalMotion(motion);
+  Warp(30, 0);
+  Complete();
+  const Image copied = image;
+  EXPECT_GT(clip.times.size(), 20u);
+
+  clip.lasting = true;
+  Warp(30, 0);
+  Complete();
+  // Each frame before reaches 11 pixels further left, without its rim of 3: the third one covers the last column.
+  EXPECT_EQ(clip.looks.frames, (std::set<int>{17, 18, 19}));
+  EXPECT_EQ(clip.looks.awake, 0);
+  for (int y = 0; y < kHeight; ++y)
+    ASSERT_EQ(std::memcmp(image.rows[y], copied.rows[y], kWidth * sizeof(PixelARGBSF)), 0) << y;
+}
+
+TEST_F(CompletionTest, FewLastingFramesAreAwakeAtATime) {
+  clip.speed = 11;
+  clip.lasting = true;
+  HomographySet motion;
+  for (int f = 0; f <= 40; ++f) motion.Set(f, Shift(f == 0 ? 0 : -clip.speed, 0));
+  motion.AppendRange(0, 40);
+  completer->setGlobalMotion(motion);
+  Warp(180, 0);  // needs the seventeen frames before
+  Complete();
+  EXPECT_GE(clip.looks.frames.size(), 16u);
+  EXPECT_LE(clip.looks.mostAwake, 10) << "eight that rest and one for each processor";
+  EXPECT_EQ(At(image, 3, 90).a, 1.0f);
 }
 
 TEST_F(CompletionTest, FramesOfAnotherSizeCountAsNotThere) {
