@@ -224,7 +224,7 @@ void Image::Free() {
 
 bool Image::canTakePixelsOf(const Image& other) const {
   if (!valid || !other.valid || planar != other.planar || height != other.height || stride != other.stride ||
-      tailBytes != other.tailBytes)
+      (ownsData && tailBytes != other.tailBytes))  // what is wrapped has no tail of ours
     return false;
   return !planar || (chromaSubsampling == other.chromaSubsampling &&
                      holdsPlanes(other.height, other.planeCount, other.planeStride));

@@ -38,8 +38,8 @@ class Image {
 
   /// Deep: the copy of a wrapped image owns its block. The label is "none".
   Image(const Image& other);
-  /// Deep, with the label. Storage of the same height, stride, kind and tail is kept: assigning onto a wrapped image
-  /// copies into the wrapped memory.
+  /// Deep, with the label. Storage of the same height, stride and kind (if owned, also tail) is kept: assigning onto a
+  /// wrapped image copies into the wrapped memory.
   Image& operator=(const Image& other);
   ~Image();
 

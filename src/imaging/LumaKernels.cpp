@@ -73,7 +73,7 @@ void ARGBSFToLuma(const Image& image, int y, float* luma) {
 }
 
 void AnyToLuma(const Image& image, int y, float* luma) {
-  for (int x = 0; x < image.width; ++x) luma[x] = static_cast<float>(image(x, y).GetYL());
+  for (int x = 0; x < image.width; ++x) luma[x] = static_cast<float>(image.GetRaw(x, y).GetYL());
 }
 
 bool FastArray::ConvertFromLuma(const Image& image) {

@@ -21,7 +21,7 @@ void RGBX8ToLuma(const Image& image, int y, float* luma);   ///< The 8-bit RGB f
 /// `ARGBSF`: with f0 to f3 a pixel's floats in memory order, (int(f0 - f3) + int(f2 - f3)) >> 2, plus f3. On values
 /// from 0 to 1 that is f3, the blue. Kept: it is what stored results of this path were made with.
 void ARGBSFToLuma(const Image& image, int y, float* luma);
-void AnyToLuma(const Image& image, int y, float* luma);  ///< Any other format: Pixel::GetYL.
+void AnyToLuma(const Image& image, int y, float* luma);  ///< Any other format: Pixel::GetYL of the stored codes.
 
 /// Converts rows of an image to the rows of an array that has the image's size and is tight. Rows may be converted by
 /// several threads at once.

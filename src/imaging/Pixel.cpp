@@ -7,6 +7,8 @@
 #include <limits>
 #include <span>
 
+#include "imaging/CodeArithmetic.h"
+
 namespace Vorn {
 namespace {
 
@@ -28,15 +30,6 @@ std::span<const Component> ComponentsOf(ColourSpace space) {
   }
 }
 
-/// Truncates towards zero; what no int can hold becomes the nearest one, and a NaN zero.
-template <typename Real>
-int Truncate(Real value) {
-  constexpr int least = std::numeric_limits<int>::min(), most = std::numeric_limits<int>::max();
-  if (value >= static_cast<Real>(most)) return most;
-  if (value <= static_cast<Real>(least)) return least;
-  return std::isnan(value) ? 0 : static_cast<int>(value);
-}
-
 int BitsOf(unsigned maxValue) { return std::bit_width(static_cast<std::uint64_t>(maxValue) + 1) - 1; }
 
 int ReduceDepth(int v, int shift, int limit) {
@@ -45,7 +38,7 @@ int ReduceDepth(int v, int shift, int limit) {
 }
 
 int RaiseDepth(int v, unsigned from, unsigned to) {
-  return Truncate(static_cast<float>(v) / static_cast<float>(from) * static_cast<float>(to));
+  return TruncateToInt(static_cast<float>(v) / static_cast<float>(from) * static_cast<float>(to));
 }
 
 }  // namespace
@@ -78,13 +71,13 @@ bool Pixel::operator==(const Pixel& other) const {
 
 Pixel Pixel::operator*(double factor) const {
   Pixel result = *this;
-  for (const Component c : ComponentsOf(space)) result.*c = Truncate(this->*c * factor);
+  for (const Component c : ComponentsOf(space)) result.*c = TruncateToInt(this->*c * factor);
   return result;
 }
 
 Pixel Pixel::operator/(double divisor) const {
   Pixel result = *this;
-  for (const Component c : ComponentsOf(space)) result.*c = Truncate(this->*c / divisor);
+  for (const Component c : ComponentsOf(space)) result.*c = TruncateToInt(this->*c / divisor);
   return result;
 }
 
@@ -126,7 +119,7 @@ int Pixel::GetYL() const {
     case Mono:
       return M_;
     case RGB:
-      return Truncate(0.299 * R_ + 0.587 * G_ + 0.114 * B_);
+      return TruncateToInt(0.299 * R_ + 0.587 * G_ + 0.114 * B_);
     default:
       return Y_;
   }

@@ -148,10 +148,9 @@ void FastWarper::projectBilinear_YUV24(const Image& src, Image& dst, Image& matt
 
 void FastWarper::projectBilinear_Y1UVNN(const Image& src, Image& dst, Image& matte, const Matrix& inverse, int firstRow,
                                         int lastRow) const {
-  if (src.type == YUVA64)
-    WarpRows<YUVA64Warp>(*this, src, dst, matte, inverse, firstRow, lastRow);
-  else
-    WarpRows<Y1UVNNWarp>(*this, src, dst, matte, inverse, firstRow, lastRow);
+  if (src.type != YUVA64) return WarpRows<Y1UVNNWarp>(*this, src, dst, matte, inverse, firstRow, lastRow);
+  WarpRows<YUVA64Warp>(*this, src, dst, matte, inverse, firstRow, lastRow);
+  WarpRows<YUVA64Coverage>(*this, src, dst, matte, inverse, firstRow, lastRow);
 }
 
 }  // namespace Vorn

@@ -222,7 +222,7 @@ struct YUVA32Warp : VideoAlphaFormat<std::uint8_t> {
             s, MakeVideoLanes(VideoLane::ChromaU(s), VideoLane::Luma(s), VideoLane::ChromaV(s), VideoLane::Alpha(s))) {}
 };
 
-/// Y, U, V, A in words. Goes with the formats of three words, but steps over its fourth, which is alpha.
+/// Y, U, V, A in words. Its matte is that of the formats of three words, see `YUVA64Coverage`.
 struct YUVA64Warp : VideoAlphaFormat<std::uint16_t> {
   explicit YUVA64Warp(const Image& s)
       : VideoAlphaFormat(
@@ -261,6 +261,23 @@ struct Y1UVNNWarp : VideoFormat<std::uint16_t, 3> {
   void PutLanczos(Float4 v, unsigned char* p, MatteCode& matte) const {
     matte = static_cast<MatteCode>(StoreLanczos(v, p)[3]);
   }
+};
+
+/// The matte of Y, U, V, A in words, which tells the coverage and not alpha, as that of Y, U, V does. No pixel is read
+/// or stored.
+struct YUVA64Coverage : CodeFormat<std::uint16_t, 4> {
+  explicit YUVA64Coverage(const Image& s) : alphaShare(s) {}
+  static Float4 Load(const unsigned char*) { return AllLanes(full); }
+  static Float4 BilinearOutside() { return Float4{}; }
+  static Float4 LanczosOutside() { return Float4{}; }
+  void PutBilinear(Float4 v, unsigned char*, MatteCode& matte) const {
+    matte = static_cast<MatteCode>(alphaShare(Rounded(ClampedToCodes(v))[3], std::numeric_limits<MatteCode>::max()));
+  }
+  static void PutLanczos(Float4 v, unsigned char*, MatteCode& matte) {
+    matte = static_cast<MatteCode>(Rounded(ClampedToCodes(v))[3]);
+  }
+
+  AlphaScale alphaShare;
 };
 
 }  // namespace Vorn

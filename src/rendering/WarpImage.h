@@ -80,7 +80,7 @@ class WarpImage {
 /// Makes `matte` as large as `target`, and zero: `L8` for codes below 256, `L10` for 10 bits, `L16` for more.
 void ResetMatte(const Image& target, Image& matte);
 
-/// The alpha of a sample of `source` on the scale of `matte`, truncated.
+/// The alpha of a sample of `source` on the scale of `matte`, truncated, and clamped to it.
 int MatteCode(const Pixel& sample, const Image& source, const Image& matte);
 
 }  // namespace Vorn

@@ -49,7 +49,8 @@ void ResetMatte(const Image& target, Image& matte) {
 
 int MatteCode(const Pixel& sample, const Image& source, const Image& matte) {
   if (source.alphaRange == 0) return 0;
-  return static_cast<int>(static_cast<long>(sample.A()) * matte.alphaRange / source.alphaRange);
+  const long code = static_cast<long>(sample.A()) * matte.alphaRange / source.alphaRange;
+  return static_cast<int>(std::clamp(code, 0L, static_cast<long>(matte.alphaRange)));
 }
 
 Image WarpImage::Project(const Image& src, const Matrix& m, bool alpha) {

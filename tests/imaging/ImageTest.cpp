@@ -334,12 +334,25 @@ TEST(Image, AssigningOntoAnotherShapeReallocates) {
   EXPECT_EQ(host, Bytes(24, 5));
 }
 
-TEST(Image, AssigningReallocatesForAnotherTailOrKindOfStorage) {
+TEST(Image, AssigningAnotherTailOntoWrappedMemoryKeepsIt) {
   Bytes host(2 * 8, 0);
   Image wrapped(4, 2, 8, LA16, host.data(), false);
-  wrapped = Image(4, 2, L16);  // as many bytes a row, but with a tail
-  EXPECT_TRUE(wrapped.ownsData);
-  EXPECT_EQ(wrapped.tailBytes, 2);
+  Image source(4, 2, L16);
+  source.Clear(Pixel(0x1234, 0));
+  wrapped = source;
+  EXPECT_FALSE(wrapped.ownsData);
+  EXPECT_EQ(wrapped.rows[0], host.data());
+  EXPECT_EQ(host[14], 0x34);
+  EXPECT_EQ(host[15], 0x12);
+}
+
+TEST(Image, AssigningReallocatesForAnotherTailOrKindOfStorage) {
+  Image owned(4, 2, LA16);
+  const Image withTail(4, 2, L16);  // as many bytes a row
+  const unsigned char* const before = owned.rows[0];
+  owned = withTail;
+  EXPECT_NE(owned.rows[0], before);
+  EXPECT_EQ(owned.tailBytes, 2);
 
   Image interleaved(8, 4, L8);
   const Image planar(8, 4, YUVP422);

@@ -91,11 +91,16 @@ TEST(LumaKernels, FloatsThatNoIntHoldsDoNoHarm) {
 TEST(LumaKernels, AnyOtherFormatGivesThePixelsLuma) {
   EXPECT_THAT(LumaOf<Byte>(L8, 3, {5, 6, 250}), ElementsAre(5, 6, 250));
   EXPECT_THAT(LumaOf<Word>(RGB48, 1, {1000, 2000, 4000, 0}), ElementsAre(1929));  // 299 + 1174 + 456
-  // One pixel of 10 bits: Y in bits 12-21, whose range begins at 64 and is taken off.
-  const unsigned word = 500U << 12;
-  std::vector<Byte> bytes(4);
-  std::memcpy(bytes.data(), &word, 4);
-  EXPECT_THAT(LumaOf<Byte>(Y1UVX32, 1, bytes), ElementsAre(436));
+}
+
+TEST(LumaKernels, TenBitFormatsInWordsKeepTheirOffsetToo) {
+  std::vector<Byte> bytes(16);
+  const unsigned single[] = {500U << 12};  // one pixel: Y in bits 12-21
+  std::memcpy(bytes.data(), single, 4);
+  EXPECT_THAT(LumaOf<Byte>(Y1UVX32, 1, bytes), ElementsAre(500));
+  const unsigned six[] = {64U << 10, 65U | 940U << 20, 67U << 10, 68U | 1023U << 20};  // Y0 | Y1, Y2 | Y3 | Y4, Y5
+  std::memcpy(bytes.data(), six, 16);
+  EXPECT_THAT(LumaOf<Byte>(Y6UVX32, 6, bytes), ElementsAre(64, 65, 940, 67, 68, 1023));
 }
 
 TEST(LumaKernels, BlackOfAVideoRangeKeepsItsOffset) {

@@ -473,6 +473,8 @@ class FastWarperCodes : public FastWarperTest, public testing::WithParamInterfac
   bool hasAlpha() const {
     return GetParam().kind == CodedFormat::RgbAlpha || GetParam().kind == CodedFormat::VideoAlpha;
   }
+  /// Whether the matte tells alpha; for the other formats it tells how much of the sample lies inside.
+  bool matteIsAlpha() const { return hasAlpha() && type() != YUVA64; }
   int fullMatte() const { return GetParam().matteType == L8 ? 255 : 65535; }
   bool blendsInWholeNumbers() const { return type() == BGRA32 || type() == ARGB32 || type() == RGBA32; }
 
@@ -552,7 +554,7 @@ TEST_P(FastWarperAlphaCodes, AlphaComesThroughTheIdentity) {
       const bool fast = blendsInWholeNumbers() && x < 10 && y < 7;  // that path takes the picture as opaque
       const auto low = static_cast<int>(source.aMin), high = static_cast<int>(source.aMax);
       const auto share = static_cast<int>(std::int64_t{alpha - low} * fullMatte() / (high - low));
-      ASSERT_EQ(Coverage(matte, x, y), fast ? fullMatte() : share) << x << ", " << y;
+      ASSERT_EQ(Coverage(matte, x, y), fast || !matteIsAlpha() ? fullMatte() : share) << x << ", " << y;
     }
 }
 
@@ -600,8 +602,8 @@ TEST_P(FastWarperCodes, AtTheRightEdgeHalfASampleIsMixedWithTheEmptyPixel) {
     const int half = (fullMatte() + 1) / 2;  // of the coverage, rounded
     const auto aMin = static_cast<int>(source.aMin), aMax = static_cast<int>(source.aMax);
     int expected = half;
-    if (type() == YUVA32 || type() == YUVA64) expected = ((aMin + aMax + 1) / 2 - aMin) * fullMatte() / (aMax - aMin);
-    if (type() >= Y1UV10 && type() <= Y1UV16)  // the code that alpha would have, clamped to the range of alpha
+    if (type() == YUVA32) expected = ((aMin + aMax + 1) / 2 - aMin) * fullMatte() / (aMax - aMin);
+    if (type() >= Y1UV10 && type() <= YUVA64)  // the code that alpha would have, clamped to the range of alpha
       expected = static_cast<int>(std::int64_t{std::min(half, aMax) - aMin} * 65535 / (aMax - aMin));
     EXPECT_EQ(Coverage(matte, 5, y), expected);
   }
@@ -666,8 +668,8 @@ TEST_P(FastWarperCodes, LanczosIsTheWeightedSumOfThirtySixPixelsRounded) {
       const Codes got = codesAt(target, x, y);
       for (int c = 0; c < (hasAlpha() ? 4 : 3); ++c)
         ASSERT_LE(std::fabs(got.c[c] - std::clamp(sum[c], double(low[c]), double(high[c]))), 0.55) << x << ", " << y;
-      const double share = std::clamp(hasAlpha() ? (sum[3] - source.aMin) / source.alphaRange : coverage, 0.0, 1.0);
-      const double step = hasAlpha() && isVideo() ? fullMatte() / static_cast<double>(source.alphaRange) : 1.0;
+      const double share = std::clamp(matteIsAlpha() ? (sum[3] - source.aMin) / source.alphaRange : coverage, 0.0, 1.0);
+      const double step = matteIsAlpha() && isVideo() ? fullMatte() / static_cast<double>(source.alphaRange) : 1.0;
       ASSERT_NEAR(Coverage(matte, x, y), share * fullMatte(), 1.05 + step);
       edges += share < 0.99;
     }

@@ -1,0 +1,34 @@
+#pragma once
+
+#include <algorithm>
+#include <cmath>
+#include <limits>
+
+namespace Vorn {
+
+/// Truncates towards zero; what no int can hold becomes the nearest one, and a NaN zero.
+template <typename Real>
+inline int TruncateToInt(Real value) {
+  constexpr int least = std::numeric_limits<int>::min(), most = std::numeric_limits<int>::max();
+  if (value >= static_cast<Real>(most)) return most;
+  if (value <= static_cast<Real>(least)) return least;
+  return std::isnan(value) ? 0 : static_cast<int>(value);
+}
+
+/// A code from 0 to `from` on the scale from 0 to `to`, truncated towards zero. Exact: both ends land on the ends.
+inline int ScaleCode(int code, unsigned from, unsigned to) {
+  if (from == 0) return 0;
+  const long scaled = static_cast<long>(code) * static_cast<long>(to) / static_cast<long>(from);
+  constexpr long least = std::numeric_limits<int>::min(), most = std::numeric_limits<int>::max();
+  return static_cast<int>(std::clamp(scaled, least, most));
+}
+
+/// The mean of `count` codes with this sum, rounded to the side on which the neutral code lies, so that averaging never
+/// adds colour.
+inline int MeanTowardNeutral(int sum, int count, int neutral) {
+  const int truncated = sum / count, down = truncated - (sum < 0 && truncated * count != sum ? 1 : 0);
+  const bool fractional = down * count != sum;
+  return down + (fractional && sum < neutral * count ? 1 : 0);
+}
+
+}  // namespace Vorn
