@@ -18,6 +18,13 @@ bool HasWords(const Image& image, const PixelFormat* format) {
 
 bool HasFloats(const Image& image) { return !image.planar && image.type == ARGBSF; }
 
+/// Planes as they usually are; the odd ones, such as a single row with half the rows of chroma, go pixel by pixel.
+bool HasPlainPlanes(const Image& image, const PixelFormat* format) {
+  if (!image.planar || format == nullptr || format->planes == 0 || image.planeCount < format->planes) return false;
+  if (image.chromaSubsampling == 2 && image.height < 2) return false;
+  return std::all_of(image.planeStride, image.planeStride + format->planes, [](int stride) { return stride > 0; });
+}
+
 PixelCodes CodesOf(const Pixel& pixel) {
   switch (pixel.space) {
     case NoSpace:
@@ -82,6 +89,42 @@ void WriteFloats(const PixelRow& row, int count, unsigned char* bytes) {
   }
 }
 
+/// The samples of one plane that row y of the picture takes: one for `columns` pixels each. The last one of an odd size
+/// serves on.
+struct PlaneRow {
+  PlaneRow(const Image& image, std::size_t plane, int y) : last(image.planeStride[plane] - 1) {
+    const bool chroma = plane == 1 || plane == 2;
+    columns = chroma && image.chromaSubsampling >= 1 ? 2 : 1;
+    const bool halved = chroma && image.chromaSubsampling == 2;
+    const int row = halved ? std::min(y / 2, image.height / 2 - 1) : y;
+    samples = image.rows[plane] + static_cast<std::ptrdiff_t>(row) * image.planeStride[plane];
+  }
+  unsigned char& operator[](int x) const { return samples[std::min(x / columns, last)]; }
+
+  unsigned char* samples;
+  int last, columns;
+};
+
+void ReadPlanes(const Image& image, const PixelFormat& format, int y, int count, const PixelCodes& minima, int opaque,
+                PixelRow& row) {
+  for (std::size_t plane = 0; plane < static_cast<std::size_t>(format.planes); ++plane) {
+    const PlaneRow samples(image, plane, y);
+    for (int x = 0; x < count; ++x) row[static_cast<std::size_t>(x)][plane] = samples[x] - minima[plane];
+  }
+  if (!format.hasMatte)
+    for (int x = 0; x < count; ++x) row[static_cast<std::size_t>(x)][alpha] = opaque;
+}
+
+void WritePlanes(const PixelRow& row, const PixelFormat& format, int y, int count, const PixelCodes& minima,
+                 const Image& image) {
+  for (std::size_t plane = 0; plane < static_cast<std::size_t>(format.planes); ++plane) {
+    const PlaneRow samples(image, plane, y);
+    for (int x = 0; x < count; ++x)
+      samples[x] = static_cast<unsigned char>(static_cast<unsigned>(row[static_cast<std::size_t>(x)][plane]) +
+                                              static_cast<unsigned>(minima[plane]));
+  }
+}
+
 void ReadInterleaved(const Image& image, const PixelFormat& format, int y, CodeScale scale, int count, PixelRow& row) {
   const PixelLayout& layout = format.layout;
   if (layout.wordBytes == 1) ReadWords<1>(layout, image.rows[y], count, row);
@@ -116,6 +159,8 @@ void ReadRow(const Image& image, int y, CodeScale scale, PixelRow& row) {
   const int count = PixelsInside(image, y, row);
   if (count > 0 && HasWords(image, format))
     ReadInterleaved(image, *format, y, scale, count, row);
+  else if (count > 0 && HasPlainPlanes(image, format))
+    ReadPlanes(image, *format, y, count, RangeMinima(image, *format, scale), OpaqueAlpha(image, *format, scale), row);
   else if (count > 0 && HasFloats(image))
     ReadFloats(image.rows[y], count, row);
   else
@@ -132,6 +177,8 @@ void WriteRow(const PixelRow& row, int y, CodeScale scale, Image& image) {
   if (count == 0 || format == nullptr) return;
   if (HasWords(image, format))
     WriteInterleaved(row, *format, y, scale, count, image);
+  else if (HasPlainPlanes(image, format))
+    WritePlanes(row, *format, y, count, RangeMinima(image, *format, scale), image);
   else if (HasFloats(image))
     WriteFloats(row, count, image.rows[y]);
   else

@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include <cstddef>
+
 #include "imaging/PixelTypes.h"
 
 namespace Vorn {
@@ -26,13 +28,16 @@ class PixelRowsOfEveryType : public testing::TestWithParam<PixelType> {
 INSTANTIATE_TEST_SUITE_P(All, PixelRowsOfEveryType, testing::ValuesIn(allPixelTypes));
 
 TEST_P(PixelRowsOfEveryType, AreWhatThePixelAccessGives) {
-  const Image image = noise(13, 5);
-  PixelRow row(13);
-  for (int y = 0; y < 5; ++y) {
-    ReadRow(image, y, CodeScale::ZeroBased, row);
-    for (int x = 0; x < 13; ++x) ASSERT_EQ(row[x], CodesOf(image(x, y))) << x << ", " << y;
-    ReadRow(image, y, CodeScale::Stored, row);
-    for (int x = 0; x < 13; ++x) ASSERT_EQ(row[x], CodesOf(image.GetRaw(x, y))) << x << ", " << y;
+  const int sizes[][2] = {{13, 5}, {1, 1}, {2, 1}, {5, 1}, {1, 3}, {6, 2}};
+  for (const auto& [width, height] : sizes) {
+    const Image image = noise(width, height);
+    PixelRow row(static_cast<std::size_t>(width));
+    for (int y = 0; y < height; ++y) {
+      ReadRow(image, y, CodeScale::ZeroBased, row);
+      for (int x = 0; x < width; ++x) ASSERT_EQ(row[x], CodesOf(image(x, y))) << width << ": " << x << ", " << y;
+      ReadRow(image, y, CodeScale::Stored, row);
+      for (int x = 0; x < width; ++x) ASSERT_EQ(row[x], CodesOf(image.GetRaw(x, y))) << width << ": " << x << ", " << y;
+    }
   }
 }
 
@@ -51,20 +56,29 @@ TEST_P(PixelRowsOfEveryType, AreTransparentBlackOutsideOfTheImage) {
 }
 
 TEST_P(PixelRowsOfEveryType, AreStoredAsThePixelAccessStoresThem) {
-  const Image source = noise(11, 4);
-  Image byRows(11, 4, GetParam()), byPixels(11, 4, GetParam());
-  FillWith(byRows, byRows.black);
-  FillWith(byPixels, byPixels.black);
-  PixelRow row(14);  // longer than the image: the rest is dropped
-  for (int y = 0; y < 4; ++y) {
-    ReadRow(source, y, CodeScale::ZeroBased, row);
-    WriteRow(row, y, CodeScale::ZeroBased, byRows);
-    for (int x = 0; x < 11; ++x) byPixels.SetPixel(x, y, source(x, y));
+  const int sizes[][2] = {{11, 4}, {11, 5}, {1, 1}, {4, 1}, {1, 3}};
+  for (const auto& [width, height] : sizes) {
+    const Image source = noise(width, height);
+    Image byRows(width, height, GetParam()), byPixels(width, height, GetParam());
+    FillWith(byRows, byRows.black);
+    FillWith(byPixels, byPixels.black);
+    PixelRow row(static_cast<std::size_t>(width) + 3);  // longer than the image: the rest is dropped
+    for (int y = 0; y < height; ++y) {
+      ReadRow(source, y, CodeScale::ZeroBased, row);
+      for (int x = 0; x < width; ++x) {  // differing chroma, so that it shows which write of a shared one counts
+        if (IsYCbCrType(GetParam())) row[x][1] = dice.upTo(static_cast<int>(source.uMax - source.uMin));
+        Pixel pixel = source(x, y);
+        if (IsYCbCrType(GetParam())) pixel.U_ = row[x][1];
+        byPixels.SetPixel(x, y, pixel);
+      }
+      WriteRow(row, y, CodeScale::ZeroBased, byRows);
+    }
+    WriteRow(row, height, CodeScale::ZeroBased, byRows);
+    WriteRow(row, -1, CodeScale::Stored, byRows);
+    for (int y = 0; y < height; ++y)
+      for (int x = 0; x < width; ++x)
+        ASSERT_EQ(byRows.GetRaw(x, y), byPixels.GetRaw(x, y)) << width << ": " << x << ", " << y;
   }
-  WriteRow(row, 4, CodeScale::ZeroBased, byRows);
-  WriteRow(row, -1, CodeScale::Stored, byRows);
-  for (int y = 0; y < 4; ++y)
-    for (int x = 0; x < 11; ++x) ASSERT_EQ(byRows.GetRaw(x, y), byPixels.GetRaw(x, y)) << x << ", " << y;
 }
 
 TEST_P(PixelRowsOfEveryType, KeepStoredCodesOnTheWayThere) {
