@@ -64,6 +64,7 @@ std::vector<std::string> filesOf(const Arguments& arguments) {
           files.rotation,      files.confidence,
           files.events,        files.gains,
           files.compensation,  files.design,
+          files.package,       arguments.package,
           arguments.render.out};
 }
 

@@ -20,6 +20,8 @@ struct RenderOptions {
 
 struct ExportOptions {
   std::string motion, rotation, confidence, events, gains, compensation, design;  ///< files; empty for not wanted
+  std::string package;                                                            ///< a folder, likewise
+  bool force = false;                                                             ///< `package` may exist
 };
 
 struct CompareOptions {
@@ -44,6 +46,8 @@ ExitStatus Plan(const SessionOptions& options, bool json);
 ExitStatus Compare(const CompareOptions& options, const RenderOptions& render, ProgressStyle style);
 /// Lists the built-in presets, or writes a clip's settings as one.
 ExitStatus Presets(const PresetsOptions& options);
+/// Takes over a project of the standalone application, a folder, in place of an analysis.
+ExitStatus Import(const SessionOptions& options, const std::string& package);
 ExitStatus Export(const SessionOptions& options, const ExportOptions& files);
 ExitStatus ShowParameters(bool json);
 ExitStatus Sample(const std::string& out, const std::string& truth, bool force, ProgressStyle progress);

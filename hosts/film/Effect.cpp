@@ -105,6 +105,24 @@ bool Effect::analyse(const std::function<void(int frames)>& progress, const std:
   return !pressed;
 }
 
+std::optional<ProjectImport> Effect::importProject(const std::string& package) {
+  std::optional<AlertSheet> alert;
+  const std::shared_ptr<const KeyedCodable> before = store.find(kMotionStorage)->custom;
+  platform.setAlertSink([&](const AlertSheet& sheet) { alert = sheet; });
+  platform.setChosenItem(package);
+  store.press(kImportProjectButton);
+  platform.setChosenItem(std::nullopt);
+  platform.setAlertSink(nullptr);
+  host.rethrowTrouble();
+  if (!alert) return std::nullopt;
+  ProjectImport result;
+  result.good = alert->message == platform.localisedString("OrvaneFCPX::ImportMessageGood");
+  result.hasSize = alert->details != platform.localisedString("OrvaneFCPX::ImportMissingDimensions");
+  result.motionReplaced = store.find(kMotionStorage)->custom != before;
+  result.text = alert->message + " " + alert->details;
+  return result;
+}
+
 void Effect::showFirstFrame() { render(0); }
 
 SharedPicture Effect::render(int number) {

@@ -2,6 +2,8 @@
 
 #include <functional>
 #include <memory>
+#include <optional>
+#include <string>
 #include <vector>
 
 #include "film/FilmHost.h"
@@ -11,6 +13,14 @@
 #include "plugin/OrvaneFCPXPlugIn.h"
 
 namespace film {
+
+/// What came of importing a project.
+struct ProjectImport {
+  bool good = false;            ///< motion and events were taken over
+  bool hasSize = false;         ///< the project told the size of its frames
+  bool motionReplaced = false;  ///< what was stored of the motion before is gone, of a bad import too
+  std::string text;             ///< what the alert says to the user
+};
 
 /// The effect applied to a clip, with what a host's user does to it.
 class Effect {
@@ -36,6 +46,9 @@ class Effect {
   /// button and waits. `progress` gets the number of frames done. `cancelled` is asked all the
   /// time; true presses the cancel button. Returns whether the pass went through.
   bool analyse(const std::function<void(int frames)>& progress, const std::function<bool()>& cancelled);
+
+  /// Presses the import button and chooses `package`. Nothing if no user could choose such an item.
+  std::optional<ProjectImport> importProject(const std::string& package);
 
   /// Renders the first frame, so that the effect builds its plan from what is stored.
   void showFirstFrame();

@@ -1,9 +1,13 @@
 #include <cerrno>
 #include <functional>
+#include <optional>
+#include <utility>
+#include <vector>
 
 #include "film/Commands.h"
 #include "film/MemoryFile.h"
 #include "film/OutputFile.h"
+#include "film/ProjectPackage.h"
 #include "planning/MotionProcessorFCPX.h"
 #include "plugin/SerialisedAGC.h"
 #include "plugin/SerialisedMotion.h"
@@ -14,11 +18,14 @@ namespace {
 using Writer = std::function<bool(const char* path)>;
 
 /// The library's writers don't tell of a full disk, so their bytes go through memory.
-void writeWith(const std::string& path, const Writer& writer) {
-  if (path.empty()) return;
+std::string bytesOf(const std::string& path, const Writer& writer) {
   const MemoryFile memory;
   if (!writer(memory.path().c_str())) FailToWrite(path, EIO);
-  OutputFile::write(path, memory.contents());
+  return memory.contents();
+}
+
+void writeWith(const std::string& path, const Writer& writer) {
+  if (!path.empty()) OutputFile::write(path, bytesOf(path, writer));
 }
 
 template <class Stored>
@@ -28,9 +35,43 @@ const Stored& storedObject(Session& session, ParameterId id) {
   return *object;
 }
 
+/// The files of a package, and the index that names them.
+class PackageContents {
+ public:
+  explicit PackageContents(std::string packageName) : package(std::move(packageName)) {}
+
+  void add(std::optional<std::string> ProjectFile::*path, const char* name, const Writer& writer) {
+    index.*path = name;
+    files.push_back({name, bytesOf(package, writer)});
+  }
+
+  ProjectFile index;
+  std::vector<PackageFile> files;
+
+ private:
+  std::string package;
+};
+
+void writePackage(const std::string& package, const SerialisedMotion& motion, AGCStorage& gains,
+                  const MotionProcessorFCPX& planner, bool force) {
+  PackageContents contents(package);
+  motion.getAnalysisWidth(&contents.index.width, &contents.index.height);
+  contents.add(&ProjectFile::motion, "motion.set", [&](const char* path) { return motion.getMotion()->Save(path); });
+  if (!motion.getQAMotion()->hset.empty())
+    contents.add(&ProjectFile::rotation, "rotation.set",
+                 [&](const char* path) { return motion.getQAMotion()->Save(path); });
+  contents.add(&ProjectFile::confidence, "motion.mconf",
+               [&](const char* path) { return motion.getConfidence()->Save(path); });
+  contents.add(&ProjectFile::events, "events.mfp", [&](const char* path) { return planner.lcf->Save(path); });
+  if (!gains.gains.empty())
+    contents.add(&ProjectFile::gains, "gains.agc", [&](const char* path) { return gains.Save(path); });
+  WritePackage(package, contents.index, contents.files, force);
+}
+
 }  // namespace
 
 ExitStatus Export(const SessionOptions& options, const ExportOptions& files) {
+  const std::string package = files.package.empty() ? "" : PackageName(files.package);
   Session session(options);
   session.requireAnalysis();
   session.effect().showFirstFrame();
@@ -44,6 +85,7 @@ ExitStatus Export(const SessionOptions& options, const ExportOptions& files) {
   writeWith(files.gains, [&](const char* path) { return gains.Save(path); });
   writeWith(files.compensation, [&](const char* path) { return planner.compensatingMotion()->Save(path); });
   writeWith(files.design, [&](const char* path) { return planner.designMotion()->Save(path); });
+  if (!package.empty()) writePackage(package, motion, gains, planner, files.force);
   return kDone;
 }
 

@@ -192,6 +192,17 @@ void Session::openAnew() {
   current->parameters().setArchives(archives);
 }
 
+std::optional<ProjectImport> Session::importProject(const std::string& package) {
+  const nlohmann::json before = current->parameters().numbers();
+  const std::optional<ProjectImport> result = current->importProject(package);
+  if (!result) return result;
+  // What was measured on other fields stays in the document until there is something to take its place.
+  if (result->motionReplaced || (current->parameters().numbers() != before && otherFields.empty())) save();
+  if (result->motionReplaced) otherFields.clear();
+  openAnew();
+  return result;
+}
+
 void Session::requireAnalysis() const {
   if (!current->holdsAnalysis() && !otherFields.empty())
     throw Failure(options.clip + ": the stored analysis was made with --fields " + otherFields +

@@ -65,6 +65,10 @@ class Session {
   /// a later run renders the same frames.
   std::optional<double> analyse();
 
+  /// Takes over a project of the standalone application and saves the document with what came of it, of a bad import
+  /// too. Nothing if `package` isn't named like one. The effect is then as after opening the document anew.
+  std::optional<ProjectImport> importProject(const std::string& package);
+
   /// Fails if there is nothing to render from.
   void requireAnalysis() const;
 

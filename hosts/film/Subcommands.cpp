@@ -134,6 +134,16 @@ void addParameters(CLI::App* app, Arguments* arguments) {
   command->callback([arguments] { arguments->run = [=] { return ShowParameters(arguments->json); }; });
 }
 
+void addImport(CLI::App* app, Arguments* arguments) {
+  CLI::App* command = app->add_subcommand(
+      "import", "take over a project of the standalone application in place of an analysis of the clip");
+  command->add_option("PACKAGE", arguments->package, "the project, a folder whose name ends in .orvane")
+      ->type_name("")
+      ->required();
+  AddClipOptions(command, arguments);
+  command->callback([arguments] { arguments->run = [=] { return Import(arguments->session, arguments->package); }; });
+}
+
 void addExport(CLI::App* app, Arguments* arguments) {
   CLI::App* command = app->add_subcommand("export", "write what is stored for a clip as files of its own");
   AddClipOptions(command, arguments);
@@ -148,7 +158,11 @@ void addExport(CLI::App* app, Arguments* arguments) {
       {"--design", &files.design, "the motion as it is to be seen (HSET)"}};
   CLI::Option_group* group = command->add_option_group("Files");
   for (const auto& [name, file, help] : options) group->add_option(name, *file, help)->type_name("F");
+  CLI::Option* package =
+      group->add_option("--package", files.package, "a project that `orvane import` reads, a folder named *.orvane")
+          ->type_name("OUT.orvane");
   group->require_option(1, 0);
+  command->add_flag("--force", files.force, "replace the files of OUT.orvane if it exists")->needs(package);
   command->callback([arguments] { arguments->run = [=] { return Export(arguments->session, arguments->files); }; });
 }
 
@@ -175,6 +189,7 @@ void AddCommands(CLI::App* app, Arguments* arguments) {
   addShow(app, arguments);
   addCompare(app, arguments);
   addPresets(app, arguments);
+  addImport(app, arguments);
   addExport(app, arguments);
   addParameters(app, arguments);
   addSample(app, arguments);

@@ -21,8 +21,10 @@ void PrintSummary(Session& session, const std::string& what, int frames, double 
     if (!warnings.empty()) line["warnings"] = DescribeWarnings(warnings);
     std::printf("%s\n", line.dump().c_str());
   } else {
-    std::printf("%s: %d %s, %s, zoom %.3f, %.1f frames a second\n", what.c_str(), frames,
-                frames == 1 ? "frame" : "frames", EventText(session.effect()).c_str(), zoom, rate);
+    std::printf("%s: %d %s, %s, zoom %.3f", what.c_str(), frames, frames == 1 ? "frame" : "frames",
+                EventText(session.effect()).c_str(), zoom);
+    if (rate > 0) std::printf(", %.1f frames a second", rate);
+    std::printf("\n");
   }
 }
 

@@ -14,7 +14,8 @@ namespace film {
 /// Where progress of a style goes: programs read the standard output stream.
 std::FILE* ProgressStream(ProgressStyle style);
 
-/// The one line at the end: frames, events by kind, zoom, frames a second. `what` names what was made. The effect has
+/// The one line at the end: frames, events by kind, zoom, frames a second. A `rate` of 0 is left out for
+/// people. `what` names what was made. The effect has
 /// shown a frame. `warnings`: for programs, what an analysis in this run found.
 void PrintSummary(Session& session, const std::string& what, int frames, double rate,
                   const std::vector<Warning>& warnings);

@@ -1,8 +1,10 @@
 #include "film/TerminalPlatform.h"
 
+#include <algorithm>
 #include <chrono>
 #include <cstdio>
 #include <cstdlib>
+#include <filesystem>
 #include <sstream>
 #include <utility>
 
@@ -76,10 +78,16 @@ std::string TerminalPlatform::localisedString(const std::string& key) {
 }
 
 void TerminalPlatform::beginAlertSheet(const AlertSheet& sheet) {
+  if (alertSink) return alertSink(sheet);
   std::fprintf(stderr, "orvane: %s %s\n", sheet.message.c_str(), sheet.details.c_str());
 }
 
-std::optional<std::string> TerminalPlatform::runModalOpenPanel(const OpenPanel&) { return std::nullopt; }
+std::optional<std::string> TerminalPlatform::runModalOpenPanel(const OpenPanel& panel) {
+  const std::string extension = std::filesystem::path(chosenItem.value_or("")).extension().string();
+  const bool allowed = std::any_of(panel.allowedFileTypes.begin(), panel.allowedFileTypes.end(),
+                                   [&](const std::string& type) { return extension == "." + type; });
+  return allowed ? chosenItem : std::nullopt;
+}
 
 std::unique_ptr<ProgressView> TerminalPlatform::makeProgressView(const std::string&, std::function<void()> cancel) {
   cancelButton = std::move(cancel);

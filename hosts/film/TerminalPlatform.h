@@ -4,8 +4,10 @@
 #include <deque>
 #include <functional>
 #include <mutex>
+#include <optional>
 #include <string>
 #include <thread>
+#include <utility>
 #include <vector>
 
 #include "plugin/Platform.h"
@@ -14,7 +16,8 @@
 namespace film {
 
 /// The desktop's services in a terminal: the main queue is turned by `runUntil`, the progress window is whatever the
-/// command shows, alerts are lines on the standard error stream, and nobody answers an open panel.
+/// command shows, alerts are lines on the standard error stream, and an open panel gets the answer that was given
+/// beforehand.
 class TerminalPlatform : public Platform {
  public:
   /// `language`: two letters, or more of a locale's name; English where it has no strings file.
@@ -29,6 +32,13 @@ class TerminalPlatform : public Platform {
 
   /// Receives the percentage of a progress window that is open.
   void setProgressSink(std::function<void(double percent)> sink) { progressSink = std::move(sink); }
+
+  /// Receives the alerts in place of the standard error stream; an empty one brings that back.
+  void setAlertSink(std::function<void(const AlertSheet& sheet)> sink) { alertSink = std::move(sink); }
+
+  /// The item that open panels choose from now on, where they let a user choose it: a file or package of their types.
+  /// Nothing cancels them.
+  void setChosenItem(std::optional<std::string> item) { chosenItem = std::move(item); }
 
   /// Whether the effect has a progress window open.
   bool windowIsOpen() const { return static_cast<bool>(cancelButton); }
@@ -51,6 +61,8 @@ class TerminalPlatform : public Platform {
 
   LocalisedStrings texts, englishTexts;
   std::function<void(double)> progressSink;
+  std::function<void(const AlertSheet&)> alertSink;
+  std::optional<std::string> chosenItem;
   std::function<void()> cancelButton;
   std::mutex lock;
   std::condition_variable queued;

@@ -51,6 +51,35 @@ TEST(TerminalPlatform, TheWindowsButtonLivesAsLongAsTheWindow) {
   EXPECT_EQ(pressed, 1);
 }
 
+TEST(TerminalPlatform, PanelsChooseWhatWasGivenWhereTheyLetAUser) {
+  TerminalPlatform platform("en");
+  const OpenPanel panel{"Title", {"orvane", "Orvane"}, ""};
+  EXPECT_FALSE(platform.runModalOpenPanel(panel)) << "nobody answers";
+  for (const auto& [item, allowed] : std::vector<std::pair<std::string, bool>>{
+           {"a/b.orvane", true}, {"b.c.Orvane", true}, {"b.ORVANE", false}, {"b", false}, {"b.orvane/c", false}}) {
+    platform.setChosenItem(item);
+    EXPECT_EQ(platform.runModalOpenPanel(panel), allowed ? std::optional(item) : std::nullopt) << item;
+  }
+  platform.setChosenItem(std::nullopt);
+  EXPECT_FALSE(platform.runModalOpenPanel(panel));
+}
+
+TEST(TerminalPlatform, AlertsAreLinesUnlessSomebodyTakesThem) {
+  TerminalPlatform platform("en");
+  const auto shown = [&] {
+    testing::internal::CaptureStderr();
+    platform.beginAlertSheet({"OK", "It broke.", "Mend it.", 0});
+    return testing::internal::GetCapturedStderr();
+  };
+  EXPECT_EQ(shown(), "orvane: It broke. Mend it.\n");
+  std::vector<std::string> taken;
+  platform.setAlertSink([&](const AlertSheet& sheet) { taken.push_back(sheet.details); });
+  EXPECT_EQ(shown(), "");
+  EXPECT_EQ(taken, std::vector<std::string>{"Mend it."});
+  platform.setAlertSink(nullptr);
+  EXPECT_EQ(shown(), "orvane: It broke. Mend it.\n");
+}
+
 TEST(TerminalPlatform, ProgressGoesToTheSink) {
   TerminalPlatform platform("en");
   const auto view = platform.makeProgressView("ProgressWindow", [] {});

@@ -1,0 +1,87 @@
+#include "film/ProjectPackage.h"
+
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstdio>
+#include <cstdlib>
+#include <filesystem>
+
+#include "film/Failure.h"
+#include "film/OutputFile.h"
+
+namespace film {
+namespace {
+
+namespace fs = std::filesystem;
+
+constexpr const char* indexName = "project.fpf";
+
+/// A folder in the making beside the place of a package; unless it was moved there it goes away.
+class FolderInTheMaking {
+ public:
+  explicit FolderInTheMaking(const std::string& package) {
+    const fs::path path(package);
+    const fs::path parent = path.has_parent_path() ? path.parent_path() : fs::path(".");
+    std::error_code error;
+    if (!fs::is_directory(parent, error))
+      throw Failure(package + ": its folder does not exist; make it first or choose another one");
+    std::string hidden = ".";
+    hidden.append(path.filename().string()).append(".XXXXXX");
+    folder = (parent / hidden).string();
+    if (!mkdtemp(folder.data())) FailToWrite(package, errno);
+    const mode_t mask = umask(0);
+    umask(mask);
+    chmod(folder.c_str(), 0777 & ~mask);  // as any new folder; mkdtemp gives the owner's rights only
+  }
+  ~FolderInTheMaking() {
+    std::error_code ignored;
+    fs::remove_all(folder, ignored);
+  }
+  FolderInTheMaking(const FolderInTheMaking&) = delete;
+  FolderInTheMaking& operator=(const FolderInTheMaking&) = delete;
+
+  std::string operator/(const std::string& name) const { return folder + "/" + name; }
+  const std::string& path() const { return folder; }
+
+ private:
+  std::string folder;
+};
+
+void checkPlace(const std::string& package, bool force) {
+  std::error_code error;
+  if (!fs::exists(fs::symlink_status(package, error))) return;
+  if (!fs::is_directory(package, error))
+    throw Failure(package + ": this is no folder, as projects are; choose another name");
+  if (!force) throw Failure(package + ": exists already; replace its files with --force or choose another name");
+}
+
+void moveTo(const std::string& target, const std::string& from) {
+  if (std::rename(from.c_str(), target.c_str()) != 0) FailToWrite(target, errno);
+}
+
+}  // namespace
+
+std::string PackageName(const std::string& given) {
+  std::string name = given;
+  while (name.size() > 1 && name.back() == '/') name.pop_back();
+  const std::string extension = fs::path(name).extension().string();
+  if (extension != ".orvane" && extension != ".ORVANE" && extension != ".Orvane")
+    throw Failure(given + ": this is no project; give a folder whose name ends in .orvane", kUsage);
+  return name;
+}
+
+void WritePackage(const std::string& package, const ProjectFile& index, const std::vector<PackageFile>& files,
+                  bool force) {
+  checkPlace(package, force);
+  const FolderInTheMaking making(package);
+  for (const PackageFile& file : files) OutputFile::write(making / file.name, file.bytes);
+  OutputFile::write(making / indexName, ProjectFileText(index));
+  std::error_code error;
+  if (!fs::exists(package, error)) return moveTo(package, making.path());
+  for (const PackageFile& file : files) moveTo(package + "/" + file.name, making / file.name);
+  moveTo(package + "/" + indexName, making / indexName);  // last: it is what makes a package of the others
+}
+
+}  // namespace film
