@@ -1,5 +1,6 @@
 #include "film/Effect.h"
 
+#include <algorithm>
 #include <cmath>
 
 #include "film/Failure.h"
@@ -59,6 +60,13 @@ int Effect::analysedFrames() const {
   int matrices = 0;
   for (int number = 0; number < pictureCount(); ++number) matrices += motion->Index(number) >= 0 ? 1 : 0;
   return matrices * frameCount() / pictureCount();
+}
+
+int Effect::framesBeyondClip() const {
+  const int each = pictureCount() / frameCount();
+  const int last = holdsAnalysis() ? storedMotion(store)->getMotion()->end / each : 0;
+  // An analysis of fields goes on to the frame that is behind the last one.
+  return std::max(0, last - (interlaced() ? frameCount() : frameCount() - 1));
 }
 
 void Effect::change(const std::vector<SettingChange>& changes) {

@@ -37,6 +37,8 @@ class Effect {
   bool holdsAnalysis() const;
   /// How many frames the stored motion covers.
   int analysedFrames() const;
+  /// How many frames the stored motion has beyond the clip's end, as that of another clip may.
+  int framesBeyondClip() const;
 
   /// Changes settings, each as if its control had been moved. Where an analysis is stored, the first frame is shown
   /// before, so that the effect plans anew at each change, and the events that it found are stored in the end.

@@ -23,6 +23,9 @@ void tell(Session& session, const std::string& package, const ProjectImport& res
     std::fprintf(stderr, "orvane: %s: %s\n", package.c_str(), result.text.c_str());
   if (!isForPeople(style)) return;
   for (const std::string& note : FindPackageFaults(package).notes) std::fprintf(stderr, "orvane: %s\n", note.c_str());
+  if (const int beyond = session.effect().framesBeyondClip(); beyond > 0)
+    std::fprintf(stderr, "orvane: %s: its motion goes on for %d frames behind the clip's end; is it of another clip?\n",
+                 package.c_str(), beyond);
   if (session.needsAnalysis())
     std::fprintf(stderr,
                  "orvane: %s: its motion covers %d of the clip's %d frames; `orvane render` leaves the others as they "

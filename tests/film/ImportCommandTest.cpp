@@ -150,6 +150,16 @@ TEST_F(ImportCommandTest, WhatTheProjectLeavesOpenIsTold) {
   EXPECT_THAT(outcome.err, AllOf(HasSubstr("2 of the clip's 14 frames"), HasSubstr("orvane stabilise")));
 }
 
+TEST_F(ImportCommandTest, AProjectOfAnotherClipIsToldByItsLength) {
+  std::string motion = "HSET\n";
+  for (int frame = 0; frame < clipFrames + 5; ++frame) motion += std::to_string(frame) + " 1 0 0 0 1 0 0 0 1\n";
+  WriteAll(package + "/motion.set", motion);
+  const Outcome outcome = import();
+  EXPECT_EQ(outcome.status, 0) << outcome.err;
+  EXPECT_THAT(outcome.err, HasSubstr("5 frames behind the clip's end; is it of another clip?"));
+  EXPECT_EQ(run({"show", clip, "--effect", fresh}).status, 0);
+}
+
 TEST_F(ImportCommandTest, ABadProjectIsToldInOneLineAndCostsNothing) {
   ASSERT_EQ(mkfifo((package + "/pipe").c_str(), 0600), 0);
   WriteAll(package + "/events-cut.mfp", ReadAll(package + "/events.mfp").substr(0, 40));
