@@ -39,7 +39,7 @@ std::string kindFault(const std::string& path) {
 }
 
 std::string fileFault(const std::string& path, const Form& form) {
-  const std::string kind = kindFault(path);
+  std::string kind = kindFault(path);
   if (!kind.empty()) return kind;
   std::ifstream in(path, std::ios::binary);
   if (!in) return std::string("can't be read (") + std::strerror(errno) + ")";
@@ -67,7 +67,7 @@ std::string indexFault(const std::string& package) {
 
 std::string motionFault(const std::string& package, const ProjectFile& project) {
   if (!project.motion) return package + "/project.fpf: has no section from <motion> to </motion>";
-  const std::string fault = dataFault(package, *project.motion, "motion", motionForm);
+  std::string fault = dataFault(package, *project.motion, "motion", motionForm);
   if (!fault.empty()) return fault;
   const std::string full = OrvaneFCPXPlugIn::getFullPath(*project.motion, package);
   return TrackerEstimator().loadMotion(full.c_str(), nullptr, nullptr) ? "" : full + ": is damaged or cut short";
