@@ -19,7 +19,9 @@
 #include "numerics/Log.h"
 #include "numerics/Parallel.h"
 #include "numerics/Random.h"
+#include "plugin/FxPlug.h"
 #include "rendering/OutputRenderer.h"
+#include "rendering/VideoCompleter.h"
 #include "tracking/KLTTracker.h"
 
 using namespace Vorn;
@@ -213,6 +215,84 @@ bool Rendering(std::vector<float> frame) {
   return same;
 }
 
+constexpr double panSpeed = 30.0;  // pixels a frame
+
+/// A frame of a camera that pans, as an image that its host keeps.
+class PannedImage : public FxImage {
+ public:
+  explicit PannedImage(std::vector<float>& samples) : pixels(samples) {}
+  int imageType() const override { return bitmapType; }
+  FxImageInfo imageInfo() const override { return {}; }
+  void* dataPtr() const override { return pixels.data(); }
+  int rowBytes() const override { return ::rowBytes; }
+  int width() const override { return ::width; }
+  int height() const override { return ::height; }
+  int field() const override { return 0; }
+  bool isLasting() const override { return true; }
+
+ private:
+  std::vector<float>& pixels;
+};
+
+class PannedClip : public FxTemporalImageAPI {
+ public:
+  explicit PannedClip(std::vector<std::vector<float>>& clipFrames) : frames(clipFrames) {}
+  bool getSourceBitmap(std::unique_ptr<FxImage>*, const FxRenderInfo&, double) override { return false; }
+  bool getInputBitmap(std::unique_ptr<FxImage>* bitmap, const FxRenderInfo&, double atTime) override {
+    *bitmap = std::make_unique<PannedImage>(frames[static_cast<size_t>(atTime)]);
+    return true;
+  }
+
+ private:
+  std::vector<std::vector<float>>& frames;
+};
+
+/// A frame of which the correction leaves 8% empty, two thirds of that to be borrowed and the rest to be grown in.
+bool Completion(std::vector<std::vector<float>>& clip) {
+  const int middle = clipFrames / 2;
+  HomographySet motion, correction;
+  Matrix step = Matrix::GetIdentity(3), shift = step;
+  for (int frame = 0; frame < clipFrames; ++frame) {
+    ApplyInParallel(height, [&](int y) {
+      float* pixel = &clip[frame][static_cast<size_t>(y) * width * 4];
+      for (int x = 0; x < width; ++x, pixel += 4) pixel[1] = pixel[2] = pixel[3] = Scene(x + panSpeed * frame, y);
+    });
+    step(0, 2) = frame == 0 ? 0.0 : -panSpeed;
+    motion.Set(frame, step);
+  }
+  motion.AppendRange(0, clipFrames - 1);
+  shift(0, 2) = 104.3;
+  shift(1, 2) = 28.6;
+  correction.Set(middle, shift);
+  PannedClip host(clip);
+  VideoCompleter completer{FxRenderInfo{}};
+  completer.setSequence(&host);
+  completer.setSequenceLength(clipFrames);
+  completer.setAnalysisWidth(width, height);
+  completer.setGlobalMotion(motion);
+  OutputRenderer renderer;
+  renderer.setWidth(width, height);
+  renderer.setInvertedAxes(false);
+  renderer.setRenderMode(RenderComplete);
+  renderer.setCompleter(&completer);
+  renderer.setCompensatingMotion(correction);
+  renderer.setGoodFrames({0u, static_cast<unsigned>(clipFrames - 1)});
+  const Rectangle border(0, 0, width - 1, height - 1);
+  renderer.setBorder(&border);
+  std::vector<float> output(clip[middle].size());
+  const bool same = Report(
+      "render, Complete, 8% empty",
+      [&] {
+        renderer.processFrame(static_cast<float>(middle), 0, clip[middle].data(), output.data(), width, height,
+                              rowBytes, width, height, rowBytes);
+      },
+      [&] { return Hash(output.data(), output.size() * sizeof(float)); });
+  std::printf("  %.1f%% were empty, of which %.1f%% were borrowed\n",
+              100.0 * completer.completable / (static_cast<double>(width) * height),
+              100.0 * completer.completed / std::max(completer.completable, 1));
+  return same;
+}
+
 }  // namespace
 
 int main() {
@@ -225,5 +305,6 @@ int main() {
   same &= Tracking(clip[0], clip[1]);
   Analysis(clip);
   same &= Rendering(clip[0]);
+  same &= Completion(clip);
   return same ? 0 : 1;
 }

@@ -7,6 +7,8 @@
 #include <cstring>
 #include <map>
 #include <set>
+#include <string>
+#include <tuple>
 
 #include "numerics/Geometry.h"
 #include "numerics/Parallel.h"
@@ -105,7 +107,8 @@ class Bitmap : public FxImage {
   mutable bool awake = false;
 };
 
-/// A clip of a camera that moves over the scene: frame f has its corner at (`speed` f, 0).
+/// A clip of a camera that moves over the scene: frame f has its corner at (`speed` f, `fall` f). Of an interlaced clip
+/// that is field f, and what a frame holds of its other field is off by a shade.
 class Clip : public FxTemporalImageAPI {
  public:
   bool getSourceBitmap(std::unique_ptr<FxImage>*, const FxRenderInfo&, double) override { return false; }
@@ -114,11 +117,13 @@ class Clip : public FxTemporalImageAPI {
     quality = info.qualityLevel;
     if (missing.contains(static_cast<int>(atTime))) return false;
     auto frame = std::make_unique<Bitmap>(width, kHeight);
+    const double number = fieldKept != 0 ? 2 * atTime : atTime;
     const float light = lights.contains(static_cast<int>(atTime)) ? lights[static_cast<int>(atTime)] : 1.0f;
     for (int y = 0; y < kHeight; ++y) {
       const int row = upward ? kHeight - 1 - y : y;
       for (int x = 0; x < width; ++x) {
-        const float value = light * Scene(x + speed * atTime, y);
+        const float shade = fieldKept != 0 && row % 2 != fieldKept % 2 ? 0.25f : 0.0f;
+        const float value = light * Scene(x + speed * number, y + fall * number) + shade;
         At(frame->image, x, row) = {1.0f, value, value, value};
       }
     }
@@ -129,7 +134,8 @@ class Clip : public FxTemporalImageAPI {
   }
 
   int width = kWidth;
-  double speed = 3;
+  double speed = 3, fall = 0;
+  int fieldKept = 0;  // 1: the odd rows, 2: the even ones; 0 progressive
   bool upward = false;
   bool lasting = false;
   Looks looks;
@@ -171,7 +177,7 @@ class CompletionTest : public ::testing::Test {
     projection = Shift(dx, dy);
   }
   /// What the place (x, y) of frame 20, or beyond it, shows.
-  float Truth(double x, double y) const { return Scene(x + clip.speed * 20, y); }
+  float Truth(double x, double y) const { return Scene(x + clip.speed * 20, y + clip.fall * 20); }
 
   bool Complete(int low = 0, int high = 40) {
     return completer->complete(&image, &matte, &projection, 20, low, high, &border);
@@ -365,6 +371,71 @@ TEST_F(CompletionTest, InterlacedFramesAreAskedForByHalfTimes) {
   EXPECT_EQ(clip.times.front(), 10.0) << "field 20 is in frame 10";
   for (const double time : clip.times) EXPECT_EQ(time * 2, std::round(time * 2));
 }
+
+/// Which rows run upward, which field is kept, and by what the analysed size is smaller.
+using Kind = std::tuple<bool, int, int>;
+class CompletionOfKindTest : public CompletionTest, public ::testing::WithParamInterface<Kind> {};
+
+TEST_P(CompletionOfKindTest, BothBordersAreFilledFromTheRightPlaceAndField) {
+  const auto [upward, field, smaller] = GetParam();
+  clip.upward = upward;
+  clip.fieldKept = field;
+  clip.fall = -2;
+  HomographySet motion;
+  for (int f = 0; f <= 40; ++f)
+    motion.Set(f, Shift(f == 0 ? 0 : -clip.speed / smaller, f == 0 ? 0 : -clip.fall / smaller));
+  motion.AppendRange(0, 40);
+  completer->setGlobalMotion(motion);
+  completer->setAnalysisWidth(kWidth / smaller, kHeight / smaller);
+  completer->setInvertAxes(upward);
+  completer->setInterlace(field);
+  if (field != 0) completer->setSequenceLength(21);
+  completer->expaint = false;
+  for (const int dx : {24, -24}) {
+    completer->setGlobalMotion(motion);  // it was scaled for good
+    const int dy = dx > 0 ? -16 : 16;    // the frames before are to the left and below
+    Warp(dx, dy);
+    projection = Shift(static_cast<double>(dx) / smaller, static_cast<double>(dy) / smaller);
+    Complete();
+    const auto expectTruth = [&](int x, int y) {
+      const int row = upward ? kHeight - 1 - y : y;
+      ASSERT_NEAR(At(image, x, row).g, Truth(x - dx, y - dy), 1e-4) << x << " " << y << " moved by " << dx;
+      ASSERT_EQ(At(image, x, row).a, 1.0f);
+    };
+    for (int y = 60; y < kHeight - 60; ++y)
+      for (int x = 0; x < 24; ++x) expectTruth(dx > 0 ? x : kWidth - 1 - x, y);
+    for (int y = 0; y < 16; ++y)
+      for (int x = 60; x < kWidth - 60; ++x) expectTruth(x, dy > 0 ? y : kHeight - 1 - y);
+  }
+}
+
+std::string NameOf(const ::testing::TestParamInfo<Kind>& info) {
+  const auto [upward, field, smaller] = info.param;
+  return std::string(upward ? "Upward" : "Downward") + "Field" + std::to_string(field) +
+         (smaller == 2 ? "HalfSize" : "FullSize");
+}
+
+INSTANTIATE_TEST_SUITE_P(Kinds, CompletionOfKindTest,
+                         ::testing::Combine(::testing::Bool(), ::testing::Values(0, 1, 2), ::testing::Values(1, 2)),
+                         NameOf);
+
+class NothingTransparentTest : public CompletionTest, public ::testing::WithParamInterface<int> {};
+
+TEST_P(NothingTransparentTest, InAnyMode) {
+  completer->setRenderMode(GetParam());
+  Warp(30, 20);  // above the frames there is nothing
+  EXPECT_TRUE(Complete());
+  for (int y = 0; y < kHeight; ++y)
+    for (int x = 0; x < kWidth; ++x) {
+      ASSERT_EQ(At(image, x, y).a, 1.0f) << x << " " << y;
+      if (x >= 30 && y >= 20) {
+        ASSERT_EQ(At(image, x, y).g, Truth(x - 30, y - 20)) << "known before";
+      }
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(Modes, NothingTransparentTest,
+                         ::testing::Values(CompleteNearest, CompleteMean, CompleteMedian, CompleteSame));
 
 class CompletionModeTest : public CompletionTest, public ::testing::WithParamInterface<int> {};
 
