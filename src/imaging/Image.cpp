@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 #include <cstdio>
+#include <cstdlib>
 #include <cstring>
 #include <limits>
 
@@ -55,7 +56,7 @@ Image::Image(int w, int h, const Image& like) {
   if (like.planar)
     ResizePlanar(w, h, like.planeCount, like.planeStride);
   else
-    resize(w, h, w == like.width && h == like.height ? like.stride : calculateStride(w, type));
+    resize(w, h, w == like.width && h == like.height ? std::abs(like.stride) : calculateStride(w, type));
 }
 
 Image::Image(int w, int h, int rowStride, PixelType t, unsigned char* data, bool own) {
@@ -98,7 +99,7 @@ Image& Image::operator=(const Image& other) {
   label = other.label;
   if (!other.valid) return *this;
   if (!keepsStorage && other.planar) ResizePlanar(other.width, other.height, other.planeCount, other.planeStride);
-  if (!keepsStorage && !other.planar) resize(other.width, other.height, other.stride);
+  if (!keepsStorage && !other.planar) resize(other.width, other.height, std::abs(other.stride));
   if (valid) copyPixels(other);
   return *this;
 }
@@ -256,11 +257,17 @@ void Image::copyPixels(const Image& other) {
   if (planar)
     for (int plane = 0; plane < planeCount; ++plane) std::copy_n(other.rows[plane], planeBytes(plane), rows[plane]);
   else
-    for (int y = 0; y < height; ++y) std::memcpy(rows[y], other.rows[y], rowBytes());
+    for (int y = 0; y < height; ++y) std::memcpy(rows[y], other.rows[y], std::min(rowBytes(), other.rowBytes()));
 }
 
 /// Of a bottom-up bitmap, whose stride is negative, only the pixels.
-std::size_t Image::rowBytes() const { return static_cast<std::size_t>(stride > 0 ? stride : width * pixelBytes); }
+std::size_t Image::rowBytes() const {
+  if (stride > 0) return static_cast<std::size_t>(stride);
+  long bytes = static_cast<long>(width) * pixelBytes;
+  if (format != nullptr && format->layout.groupPixels > 1)
+    bytes = RoundUp(width, format->layout.groupPixels) / format->layout.groupPixels * format->layout.groupBytes;
+  return static_cast<std::size_t>(std::min(bytes, std::labs(stride)));
+}
 
 int Image::planeRows(int plane) const {
   const bool halved = chromaSubsampling == 2 && (plane == 1 || plane == 2);
@@ -275,7 +282,7 @@ std::size_t Image::planeBytes(int plane) const {
 }
 
 long Image::GetSize() const {
-  if (!planar) return static_cast<long>(stride) * height;
+  if (!planar) return std::labs(stride) * height;
   long bytes = 0;
   for (int plane = 0; plane < planeCount; ++plane) bytes += static_cast<long>(planeBytes(plane));
   return bytes;

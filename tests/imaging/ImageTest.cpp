@@ -323,6 +323,24 @@ TEST(Image, AssigningOntoWrappedMemoryOfTheSameShapeWritesIntoIt) {
   EXPECT_TRUE(std::equal(row.begin(), row.end(), host.begin() + 12));
 }
 
+TEST(Image, ACopyOfABottomUpBitmapHasItsRowsInOrder) {
+  for (const PixelType type : {RGB24, Y2UV16, Y6UVX32, ARGBSF}) {
+    Image upright(7, 3, type);
+    for (int y = 0; y < 3; ++y)
+      for (int x = 0; x < 7; ++x) upright.SetRaw(x, y, Pixel(10 * y + x, 2, 3, 4, upright.space));
+    const Image bottomUp(7, 3, -upright.stride, type, upright.rows[2], false);
+    EXPECT_EQ(bottomUp.GetSize(), upright.GetSize());
+    const Image copy = bottomUp;
+    Image again(1, 1, L8);
+    again = bottomUp;
+    for (int x = 0; x < 7; ++x) {
+      EXPECT_EQ(copy.GetRaw(x, 0), upright.GetRaw(x, 2)) << type;
+      EXPECT_EQ(again.GetRaw(x, 2), upright.GetRaw(x, 0)) << type;
+    }
+    EXPECT_TRUE(Image(7, 3, bottomUp).valid);
+  }
+}
+
 TEST(Image, AssigningOntoAnotherShapeReallocates) {
   Bytes host(24, 5);
   Image wrapped(3, 2, 12, RGBA32, host.data(), false);
