@@ -127,7 +127,7 @@ class Batch {
     }
     print(*job);
     if (options.progress == ProgressStyle::Lines || options.progress == ProgressStyle::Bar)
-      std::fprintf(stderr, "%s: %s after %s\n", result->clip.path.c_str(),
+      std::fprintf(stderr, "%s: %s after %s\n", OnOneLine(result->clip.path).c_str(),
                    result->state == BatchResult::Done ? "done" : "cancelled",
                    Progress::TimeText(result->seconds).c_str());
   }
@@ -150,7 +150,8 @@ class Batch {
     if (options.progress == ProgressStyle::None) return;
     for (const std::string& line : job.messages) std::fprintf(stderr, "%s\n", line.c_str());
     if (options.progress == ProgressStyle::Json) return;  // there they are in the summary
-    for (const std::string& line : job.result->warnings()) std::fprintf(stderr, "%s%s\n", prefix.c_str(), line.c_str());
+    for (const std::string& line : job.result->warnings())
+      std::fprintf(stderr, "%s%s\n", prefix.c_str(), OnOneLine(line).c_str());
   }
 
   void fail(BatchResult* result, const std::string& error) {

@@ -5,6 +5,7 @@
 #include <cmath>
 #include <cstdio>
 
+#include "film/Failure.h"
 #include "film/Progress.h"
 
 namespace film {
@@ -47,7 +48,7 @@ std::string zoomText(const BatchResult& result) {
 
 /// The error without the clip's name before it, which has a column of its own.
 std::string shortError(const BatchResult& result) {
-  const std::string name = result.clip.path + ": ";
+  const std::string name = OnOneLine(result.clip.path) + ": ";
   return result.error.starts_with(name) ? result.error.substr(name.size()) : result.error;
 }
 
@@ -60,6 +61,7 @@ Row rowOf(const BatchResult& result) {
     row[5] = "cancelled";
   else
     row[5] = shortError(result);
+  for (std::string& cell : row) cell = OnOneLine(cell);
   return row;
 }
 
@@ -93,7 +95,7 @@ std::string StatusText(const std::vector<BatchResult>& results, int columns) {
   for (const BatchResult& result : results) {
     if (result.state != BatchResult::Running) continue;
     const long percent = result.total > 0 ? 100L * result.done / result.total : 0;
-    text += before + result.clip.path.substr(result.clip.path.rfind('/') + 1) + ": " +
+    text += before + OnOneLine(result.clip.path.substr(result.clip.path.rfind('/') + 1)) + ": " +
             (result.pass.empty() ? "Reading" : result.pass + " " + std::to_string(percent) + " %");
     before = ", ";
   }

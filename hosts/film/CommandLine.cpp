@@ -11,6 +11,7 @@
 #include "film/GivenOptions.h"
 #include "film/Interrupt.h"
 #include "film/Libav.h"
+#include "film/Presets.h"
 #include "film/RunFiles.h"
 #include "film/Streams.h"
 #include "film/Subcommands.h"
@@ -68,8 +69,17 @@ std::vector<std::string> filesOf(const Arguments& arguments) {
           arguments.render.out};
 }
 
+/// What a run only reads, and may read twice, must not be one of the files that it writes.
+void checkReadOnlyFiles(const Arguments& arguments) {
+  std::vector<std::string> read{arguments.compare.a, arguments.compare.b};
+  for (const std::string& word : arguments.presets)
+    if (NamesPresetFile(word)) read.push_back(word);
+  for (const std::string& file : read) CheckFilesDiffer({file, arguments.log, arguments.render.out});
+}
+
 ExitStatus runCommand(Arguments* arguments) {
   CheckFilesDiffer(filesOf(*arguments));
+  checkReadOnlyFiles(*arguments);
   const std::shared_ptr<std::FILE> log = openLog(arguments->log);
   TakeSettings(arguments);
   arguments->session.progress = arguments->batch.progress = styleOf(*arguments);

@@ -1,6 +1,7 @@
 #include "film/CommandOptions.h"
 
 #include <algorithm>
+#include <sstream>
 
 #include "film/EncoderTable.h"
 #include "film/Interrupt.h"
@@ -13,7 +14,31 @@ namespace {
 constexpr const char* notHandedOn[] = {"CLIP",    "--out",     "--out-dir", "--jobs",  "--progress",
                                        "--quiet", "--threads", "--log",     "--effect"};
 
+std::string numberText(double value) {
+  std::ostringstream text;
+  text << value;
+  return text.str();
+}
+
+/// Unlike CLI::Range it refuses what is no number too.
+CLI::Validator between(double least, double most) {
+  return {[=](const std::string& word) {
+            double value = 0;
+            if (CLI::detail::lexical_cast(word, value) && value >= least && value <= most) return std::string();
+            return word + " is no number from " + numberText(least) + " to " + numberText(most);
+          },
+          ""};
+}
+
 }  // namespace
+
+void RefuseEmptyValues(CLI::App* app) {
+  for (CLI::Option* option : app->get_options())
+    if (option->get_type_size_max() > 0)
+      option->check(CLI::Validator(
+          [](const std::string& word) { return word.empty() ? "it is empty; give it a value" : ""; }, ""));
+  for (CLI::App* below : app->get_subcommands([](const CLI::App*) { return true; })) RefuseEmptyValues(below);
+}
 
 void AddRunOptions(CLI::App* command, Arguments* arguments) {
   command
@@ -79,7 +104,7 @@ void AddZoomLimitOption(CLI::App* command, Arguments* arguments) {
       ->add_option("--max-zoom", arguments->session.maxZoom,
                    "lower the smoothing until the zoom is X or less; nothing is measured again")
       ->type_name("X")
-      ->check(CLI::Range(1.0, 10.0).description(""));
+      ->check(between(1, 10));
 }
 
 void AddSeveralClipsOptions(CLI::App* command, Arguments* arguments) {
@@ -125,7 +150,7 @@ void AddRenderOptions(CLI::App* command, Arguments* arguments) {
           "quality with h264 and hevc, and up to 63 with vp9 and av1: 0 best, 17 looks lossless (about what is "
           "used unless given), 51 worst")
       ->type_name("0..51")
-      ->check(CLI::Range(0.0, 63.0).description(""))
+      ->check(between(0, 63))
       ->group(group);
   command
       ->add_flag("--lossless", encoder.lossless,

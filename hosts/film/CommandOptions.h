@@ -25,6 +25,8 @@ void AddSeveralClipsOptions(CLI::App* command, Arguments* arguments);
 void AddAnalysisOptions(CLI::App* command, Arguments* arguments);
 /// The part of the clip to render.
 void AddSpanOptions(CLI::App* command, Arguments* arguments);
+/// Has no option of the program or its commands take an empty value for none.
+void RefuseEmptyValues(CLI::App* app);
 /// The file to write and its encoder.
 void AddRenderOptions(CLI::App* command, Arguments* arguments);
 

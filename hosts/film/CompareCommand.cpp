@@ -37,7 +37,6 @@ CompareLayout layoutNamed(const std::string& name) {
 }  // namespace
 
 ExitStatus Compare(const CompareOptions& options, const RenderOptions& render, ProgressStyle style) {
-  for (const std::string& clip : {options.a, options.b}) CheckFilesDiffer({clip, render.out});
   CheckOutput(render.out, render.force);
   const OutputFile trial(render.out);
   FrameSource first(scan(options.a, render.encoder.threads), render.encoder.threads);

@@ -96,6 +96,10 @@ bool Container::isMatroska() const { return isOneOf(muxer->name, {"matroska", "w
 
 bool Container::holds(AVCodecID codec) const { return kindHolds(*muxer, codec); }
 
+bool Container::holdsOpacityOf(AVCodecID codec) const { return codec != AV_CODEC_ID_VP9 || isMatroska(); }
+
+bool Container::tellsTimes() const { return !isOneOf(muxer->name, {"avi"}); }
+
 AVRational Container::timeBaseFor(AVRational timeBase, AVRational frameRate) const {
   return std::strcmp(muxer->name, "mxf") == 0 ? av_inv_q(frameRate) : timeBase;
 }

@@ -22,6 +22,11 @@ class Container {
 
   /// Whether such files hold that codec as others understand it.
   bool holds(AVCodecID codec) const;
+  /// Whether such files hold that codec's opacity where they hold the codec: VP9's is a picture of its own, which only
+  /// Matroska has a place for.
+  bool holdsOpacityOf(AVCodecID codec) const;
+  /// Whether such files tell when a picture is shown: AVI counts them in the order in which they are decoded.
+  bool tellsTimes() const;
 
   /// The time base to ask for where the clip's is `timeBase`: MXF counts frames.
   AVRational timeBaseFor(AVRational timeBase, AVRational frameRate) const;

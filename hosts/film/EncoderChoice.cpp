@@ -82,10 +82,12 @@ std::optional<Candidate> fitPictures(const EncoderWish& wish, const EncoderKind&
   return std::nullopt;
 }
 
-std::optional<Candidate> fitAlphaAndPictures(const EncoderWish& wish, const EncoderKind& kind, const AVCodec& codec) {
+std::optional<Candidate> fitAlphaAndPictures(const EncoderWish& wish, const EncoderKind& kind, const AVCodec& codec,
+                                             const Container& container) {
   PlaneFormat wanted = wish.planes;
   wanted.alpha = wish.options.alpha || wish.planes.alpha;
-  std::optional<Candidate> candidate = fitPictures(wish, kind, codec, wanted);
+  std::optional<Candidate> candidate;
+  if (!wanted.alpha || container.holdsOpacityOf(kind.id)) candidate = fitPictures(wish, kind, codec, wanted);
   if (candidate || wish.options.alpha || !wanted.alpha) return candidate;
   wanted.alpha = false;
   candidate = fitPictures(wish, kind, codec, wanted);
@@ -99,7 +101,7 @@ Fault judge(const EncoderWish& wish, const EncoderKind& kind, const Container& c
   if (!codec) return Fault::Missing;
   if (!container.holds(kind.id)) return Fault::Container;
   if (wish.options.lossless && kind.lossless == EncoderKind::Lossless::Never) return Fault::Lossless;
-  std::optional<Candidate> fit = fitAlphaAndPictures(wish, kind, *codec);
+  std::optional<Candidate> fit = fitAlphaAndPictures(wish, kind, *codec, container);
   if (!fit) return Fault::Pictures;
   if (wish.format.interlaced() && !kind.fields && wish.options.codec.empty()) return Fault::Fields;
   if (wish.format.interlaced() && !kind.fields)
@@ -167,6 +169,10 @@ std::string wishedPictures(const EncoderWish& wish) {
     case Fault::Lossless:
       throw Failure(wish.out + ": " + label + " can't be lossless" + remedyFor(wish), kUsage);
     default:
+      if (wish.options.alpha && !wish.container->holdsOpacityOf(kind.id))
+        throw Failure(wish.out + ": " + wish.container->ending() + " files have no place for the opacity of " + label +
+                          remedyFor(wish),
+                      kUsage);
       throw Failure(
           wish.out + ": no encoder for " + label + " takes pictures of " + wishedPictures(wish) + remedyFor(wish),
           kUsage);
@@ -220,6 +226,7 @@ CodecContext makeContext(const EncoderWish& wish, const Candidate& candidate) {
   context->colorspace = candidate.pictures.planes.rgb ? AVCOL_SPC_RGB : format.matrix;
   context->chroma_sample_location = format.siting;
   context->field_order = format.fieldOrder;
+  if (!wish.container->tellsTimes()) context->max_b_frames = wish.delay;
   if (format.interlaced() && candidate.kind->fields)
     context->flags |= AV_CODEC_FLAG_INTERLACED_DCT | AV_CODEC_FLAG_INTERLACED_ME;
   if (wish.options.exact) context->flags |= AV_CODEC_FLAG_BITEXACT;

@@ -16,6 +16,7 @@ struct EncoderWish {
   PlaneFormat planes;
   AVRational frameRate{25, 1}, timeBase{1, 25};
   const AVCodecParameters* source = nullptr;  ///< the clip's own stream; null if there is none
+  int delay = 0;  ///< frames by which the clip's times are late, being those of decoding; as late an output keeps them
   EncoderOptions options;
 };
 

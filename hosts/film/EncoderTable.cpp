@@ -137,6 +137,7 @@ void configureProres(const EncoderTask& task, AVCodecContext& context) {
       (source->profile >= FF_PROFILE_PRORES_4444) == full)
     profile = source->profile;
   set(context, "profile", std::to_string(profile));
+  context.profile = profile;  // the encoder keeps it to itself, and MXF asks for it
   set(context, "vendor", "apl0");
 }
 
@@ -154,8 +155,8 @@ void configureDnxhd(const EncoderTask& task, AVCodecContext& context) {
   set(context, "profile", context.bit_rate > 0 ? "dnxhd" : dnxhrProfile(task));
 }
 
-/// DNxHD has fixed rates for each size: the nearest to the clip's own that it has for this one, else DNxHR, which has
-/// none.
+/// DNxHD has fixed rates for each size: the nearest to the clip's own that it has for this one, or for fields the
+/// highest, else DNxHR, which has none.
 std::vector<std::int64_t> dnxhdRates(const EncoderTask& task) {
   const AVCodecParameters* source = task.source;
   std::vector<std::int64_t> rates;
@@ -165,6 +166,8 @@ std::vector<std::int64_t> dnxhdRates(const EncoderTask& task) {
       rates.push_back(megabits * 1000000LL);
     const auto distance = [&](std::int64_t rate) { return std::abs(rate - source->bit_rate); };
     std::sort(rates.begin(), rates.end(), [&](auto a, auto b) { return distance(a) < distance(b); });
+  } else if (task.format.interlaced()) {
+    rates = {220000000, 185000000, 145000000, 120000000};  // DNxHR has no fields
   }
   rates.push_back(0);
   return rates;

@@ -48,6 +48,10 @@ AVRational MovieFile::pixelAspect() const {
                 : AVRational{0, 1};
 }
 
+int MovieFile::delay() const {
+  return copier && std::strcmp(copier->source().iformat->name, "avi") == 0 ? source()->video_delay : 0;
+}
+
 void MovieFile::open(const ChosenEncoder& encoder, const EncoderOptions& options, AVRational timeBase) {
   clock = timeBase;
   AVFormatContext* opened = nullptr;
@@ -202,6 +206,9 @@ void MovieFile::finish() {
 void MovieFile::check(int result) const {
   if (result >= 0) return;
   const int code = AVUNERROR(result);
+  if (code == EPERM)  // the library's own: the file is open, so nobody forbids writing to it
+    throw Failure(file.path() + ": FFmpeg can't put this film into a " + kind.ending() +
+                  " file; choose another ending, such as .mov or .mkv, or another --codec");
   FailToWrite(file.path(), code > 0 && code < 4096 ? code : EIO);
 }
 

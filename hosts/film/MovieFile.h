@@ -34,6 +34,8 @@ class MovieFile {
   const AVCodecParameters* source() const { return copier ? copier->film().codecpar : nullptr; }
   /// What the clip's container says of the shape of its pixels; 0/1 if nothing.
   AVRational pixelAspect() const;
+  /// Frames by which the clip's times are late, since its file tells those of decoding only.
+  int delay() const;
   /// What couldn't be taken along; after `finish` also packets that were lost.
   const std::vector<std::string>& remarks() const { return lost; }
 

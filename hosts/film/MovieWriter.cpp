@@ -39,6 +39,7 @@ void MovieWriter::openEncoder(const EncoderOptions& options) {
   wish.frameRate = clip.frameRate;
   wish.timeBase = timeBase;
   wish.source = file.source();
+  wish.delay = file.delay();
   wish.options = options;
   chosen = ChooseEncoder(wish);
 }

@@ -23,8 +23,6 @@ constexpr int deepest = 32;                      // levels of a value that is re
 
 constexpr double off = 0, on = 1;
 
-bool namesFile(const std::string& word) { return word.find('/') != std::string::npos || word.ends_with(".json"); }
-
 std::string readText(const std::string& path) {
   std::error_code error;
   if (std::filesystem::is_directory(path, error))
@@ -58,6 +56,8 @@ Json parse(const std::string& path, const std::string& text) {
   } catch (const Json::parse_error& error) {
     throw Failure(path + ": the preset isn't JSON (mistake at byte " + std::to_string(error.byte) +
                   "); mend it, or write one with `orvane presets --save`");
+  } catch (const Json::out_of_range&) {
+    throw Failure(path + ": the preset holds a number that is too large for any setting; mend it");
   }
   if (!twice.empty()) throw Failure(path + ": \"" + twice + "\" stands in it twice; leave one of the two away");
   if (!read.is_object()) throw Failure(path + ": a preset is one JSON object of settings, such as {\"smoothing\": 40}");
@@ -117,6 +117,8 @@ std::string builtInNames() {
 
 }  // namespace
 
+bool NamesPresetFile(const std::string& word) { return word.find('/') != std::string::npos || word.ends_with(".json"); }
+
 const std::vector<Preset>& BuiltInPresets() {
   static const std::vector<Preset> presets = {
       {"handheld",
@@ -156,7 +158,7 @@ bool IsEncoderSpeed(const std::string& word) {
 }
 
 std::vector<SettingChange> LoadPreset(const std::string& word) {
-  if (namesFile(word)) return loadFile(word);
+  if (NamesPresetFile(word)) return loadFile(word);
   for (const Preset& preset : BuiltInPresets())
     if (word == preset.name) return preset.settings;
   std::error_code error;

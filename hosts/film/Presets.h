@@ -20,8 +20,11 @@ const std::vector<Preset>& BuiltInPresets();
 /// Whether `word` is one of the encoder's speeds, "ultrafast" to "veryslow".
 bool IsEncoderSpeed(const std::string& word);
 
-/// The settings of a preset. A word with a slash in it or with ".json" at its end names a file; any other word names a
-/// built-in preset, or a file where there is no such preset.
+/// Whether `word` can only be a file's name: it has a slash in it or ".json" at its end.
+bool NamesPresetFile(const std::string& word);
+
+/// The settings of a preset. A word that doesn't name a file for certain names a built-in preset, or a file where there
+/// is no such preset.
 ///
 /// A file is one JSON object whose members are named like the setting options without their dashes and hold a word, a
 /// number, or for "on" and "off" also true and false. Fails on anything else, naming file and setting.

@@ -55,7 +55,7 @@ MovieSpan movieSpan(const Span& span, const ClipContents& clip) {
 /// Prints the notes about a movie from the one at `first`; how many there are.
 size_t tellNotes(const MovieWriter& movie, const std::string& out, size_t first) {
   for (size_t i = first; i < movie.notes().size(); ++i)
-    std::fprintf(stderr, "orvane: %s: %s\n", out.c_str(), movie.notes()[i].c_str());
+    std::fprintf(stderr, "orvane: %s\n", OnOneLine(out + ": " + movie.notes()[i]).c_str());
   return movie.notes().size();
 }
 

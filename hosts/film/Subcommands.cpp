@@ -193,6 +193,7 @@ void AddCommands(CLI::App* app, Arguments* arguments) {
   addExport(app, arguments);
   addParameters(app, arguments);
   addSample(app, arguments);
+  RefuseEmptyValues(app);
 }
 
 }  // namespace film

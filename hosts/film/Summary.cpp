@@ -21,7 +21,7 @@ void PrintSummary(Session& session, const std::string& what, int frames, double 
     if (!warnings.empty()) line["warnings"] = DescribeWarnings(warnings);
     std::printf("%s\n", line.dump().c_str());
   } else {
-    std::printf("%s: %d %s, %s, zoom %.3f", what.c_str(), frames, frames == 1 ? "frame" : "frames",
+    std::printf("%s: %d %s, %s, zoom %.3f", OnOneLine(what).c_str(), frames, frames == 1 ? "frame" : "frames",
                 EventText(session.effect()).c_str(), zoom);
     if (rate > 0) std::printf(", %.1f frames a second", rate);
     std::printf("\n");
@@ -32,12 +32,12 @@ std::vector<Warning> TellWarnings(Session& session) {
   session.effect().showFirstFrame();
   std::vector<Warning> warnings = FindWarnings(session);
   if (session.progressStyle() == ProgressStyle::Bar || session.progressStyle() == ProgressStyle::Lines)
-    for (const Warning& warning : warnings) std::fprintf(stderr, "orvane: %s\n", warning.text.c_str());
+    for (const Warning& warning : warnings) std::fprintf(stderr, "orvane: %s\n", OnOneLine(warning.text).c_str());
   return warnings;
 }
 
 ExitStatus Cancelled(const std::string& kept) {
-  std::fprintf(stderr, "orvane: cancelled; %s\n", kept.c_str());
+  std::fprintf(stderr, "orvane: cancelled; %s\n", OnOneLine(kept).c_str());
   return kCancelled;
 }
 

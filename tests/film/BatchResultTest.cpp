@@ -31,6 +31,17 @@ TEST(BatchResult, TheTableHasALineForEachClip) {
             "1 of 3 clips done, 1 failed, 1 cancelled\n");
 }
 
+TEST(BatchResult, AnOddNameTakesOneLineToo) {
+  std::vector<BatchResult> results(1);
+  results[0].clip = {"a\nb.mp4", "out/a\nb.mp4", ""};
+  results[0].state = BatchResult::Failed;
+  results[0].error = "a?b.mp4: not a video";  // as a failure tells it
+  EXPECT_EQ(TableText(results),
+            "clip     frames  events  zoom  time  result\n"
+            "a?b.mp4       -  -          -     -  not a video\n"
+            "0 of 1 clip done, 1 failed\n");
+}
+
 TEST(BatchResult, TheStatusTellsWhatRuns) {
   EXPECT_EQ(StatusText(ThreeClips(), 80), "1 of 3 clips done, 1 failed; c.mp4: Analysing 25 %");
   EXPECT_EQ(StatusText(ThreeClips(), 9), "1 of 3 cl");

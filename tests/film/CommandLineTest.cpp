@@ -168,6 +168,10 @@ TEST_F(CommandLineTest, NoFileOfARunReplacesAnother) {
   expectRefusal({"stabilise", clip, "-o", same, "--effect", folder / "./same"}, 2, same, remedy);
   expectRefusal({"export", clip, "--motion", same, "--design", same}, 2, same, remedy);
   expectRefusal({"sample", same, "--truth", same}, 2, same, remedy);
+  const std::string preset = folder / "own.json";
+  WriteAll(preset, R"({"smoothing": 40})");
+  expectRefusal({"analyse", clip, "--preset", preset, "--log", preset}, 2, preset, remedy);
+  EXPECT_EQ(ReadAll(preset), R"({"smoothing": 40})");
   EXPECT_EQ(ReadAll(clip), film);
   EXPECT_EQ(ReadAll(document), stored);
   EXPECT_FALSE(std::filesystem::exists(same));
@@ -236,6 +240,30 @@ TEST_F(CommandLineTest, WrongUsageHasItsOwnStatus) {
   expectRefusal({"analyse", clip, "--zoom-amount", "1.5", "--zoom-type", "fit"}, 2, "--zoom-amount", "variable");
   EXPECT_EQ(run({"--help"}).status, 0);
   EXPECT_EQ(run({"stabilize", "--help"}).status, 0);
+}
+
+TEST_F(CommandLineTest, AnEmptyValueIsNoValue) {
+  for (const char* option : {"--smoothing", "--from", "--seed", "--effect", "--log", "--codec", "--preset", "--out",
+                             "--out-dir", "--encoder-option"})
+    expectRefusal({"stabilise", clip, option, ""}, 2, option, "empty");
+  expectRefusal({"stabilise", "", "-o", out}, 2, "CLIP", "empty");
+  expectRefusal({"export", clip, "--motion", ""}, 2, "--motion", "empty");
+  EXPECT_THAT(folder.names(), testing::ElementsAre("clip.mp4"));
+}
+
+TEST_F(CommandLineTest, WhatIsNoNumberIsRefused) {
+  expectRefusal({"stabilise", clip, "-o", out, "--max-zoom", "nan"}, 2, "--max-zoom", "no number from 1 to 10");
+  expectRefusal({"stabilise", clip, "-o", out, "--crf", "nan"}, 2, "--crf", "no number from 0 to 63");
+  expectRefusal({"stabilise", clip, "-o", out, "--crf", "63.5"}, 2, "--crf", "no number from 0 to 63");
+}
+
+TEST_F(CommandLineTest, ANameWithALineBreakStaysOnOneLine) {
+  const std::string odd = folder / "two\nlines.mp4", shown = folder / "two?lines.mp4";
+  expectRefusal({"analyse", odd}, 1, shown, "no such file");
+  std::filesystem::rename(clip, odd);
+  const Outcome outcome = run({"stabilise", odd, "-o", out, "--progress", "lines"});
+  EXPECT_EQ(outcome.status, 0);
+  EXPECT_THAT(outcome.err, testing::Not(testing::HasSubstr("two\n")));
 }
 
 TEST_F(CommandLineTest, ParametersAreListedAsDeclared) {

@@ -61,5 +61,15 @@ TEST_F(CompareCommandTest, WhatCantBeComparedIsTold) {
   EXPECT_FALSE(std::filesystem::exists(out));
 }
 
+TEST_F(CompareCommandTest, NeitherClipIsTakenForTheLog) {
+  const std::string second = folder / "second.mp4";
+  std::filesystem::copy_file(clip, second);
+  const std::string film = ReadAll(clip);
+  for (const std::string& taken : {clip, second})
+    expectRefusal({"compare", clip, second, "-o", out, "--log", taken}, 2, taken, "choose another name");
+  EXPECT_EQ(ReadAll(clip), film);
+  EXPECT_EQ(ReadAll(second), film);
+}
+
 }  // namespace
 }  // namespace film

@@ -118,9 +118,36 @@ TEST_F(EncoderChoiceTest, OpacityNeedsACodecThatHasIt) {
   EXPECT_EQ(choose("a.mov", AV_PIX_FMT_YUV420P, AV_CODEC_ID_H264).context->pix_fmt, AV_PIX_FMT_YUVA444P10);
   EXPECT_EQ(choose("a.webm", AV_PIX_FMT_YUV420P).context->pix_fmt, AV_PIX_FMT_YUVA420P);
   EXPECT_EQ(choose("a.mkv", AV_PIX_FMT_YUV420P, AV_CODEC_ID_FFV1).context->pix_fmt, AV_PIX_FMT_YUVA420P);
+  EXPECT_THAT(failureOf("a.mp4", AV_PIX_FMT_YUV420P), HasSubstr("use a name that ends in .mkv"));
+  wish.options.codec = "vp9";
+  EXPECT_EQ(choose("a.mkv", AV_PIX_FMT_YUV420P).context->pix_fmt, AV_PIX_FMT_YUVA420P);
+  EXPECT_THAT(failureOf("a.mp4", AV_PIX_FMT_YUV420P),
+              HasSubstr(".mp4 files have no place for the opacity of VP9; use a name that ends in .mkv"));
   wish.options.codec = "h264";
   EXPECT_THAT(failureOf("a.mov", AV_PIX_FMT_YUV420P), HasSubstr("no encoder for H.264 takes pictures of 8 bits in "
                                                                 "4:2:0 with opacity"));
+}
+
+TEST_F(EncoderChoiceTest, AClipsOpacityIsLeftOutWhereTheFileHasNoPlaceForIt) {
+  const ChosenEncoder chosen = choose("a.mp4", AV_PIX_FMT_YUVA420P, AV_CODEC_ID_VP9);
+  EXPECT_STREQ(chosen.kind->codec, "vp9");
+  EXPECT_EQ(chosen.context->pix_fmt, AV_PIX_FMT_YUV420P);
+  EXPECT_THAT(chosen.remarks, ElementsAre(HasSubstr("opacity is left out")));
+}
+
+TEST_F(EncoderChoiceTest, AviTakesPicturesInTheOrderInWhichTheyAreShown) {
+  EXPECT_EQ(choose("a.avi", AV_PIX_FMT_YUV420P, AV_CODEC_ID_H264).context->has_b_frames, 0);
+  EXPECT_GT(choose("a.mp4", AV_PIX_FMT_YUV420P, AV_CODEC_ID_H264).context->has_b_frames, 0);
+  for (const int late : {1, 2}) {
+    wish.delay = late;
+    EXPECT_EQ(choose("a.avi", AV_PIX_FMT_YUV420P, AV_CODEC_ID_H264).context->max_b_frames, late);
+  }
+}
+
+TEST_F(EncoderChoiceTest, DnxhdOfFieldsHasTheHighestRate) {
+  wish.options.codec = "dnxhd";
+  fieldOrder = AV_FIELD_TT;
+  EXPECT_EQ(choose("a.mov", AV_PIX_FMT_YUV420P, AV_CODEC_ID_H264, 1920, 1080).context->bit_rate, 220000000);
 }
 
 TEST_F(EncoderChoiceTest, WhatCannotBeIsToldWithWhatCan) {

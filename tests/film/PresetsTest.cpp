@@ -91,6 +91,8 @@ TEST_F(PresetsTest, HarmfulFilesAreRefused) {
             file + ": too large for a preset; name a file as `orvane presets --save` writes it");
   EXPECT_THAT(refusalOf("{\"\xff\xfe\": 1}"), HasSubstr(file + ": "));
   EXPECT_THAT(refusalOf(""), HasSubstr("isn't JSON"));
+  EXPECT_EQ(refusalOf(R"({"smoothing": 1e400})"),
+            file + ": the preset holds a number that is too large for any setting; mend it");
 }
 
 TEST_F(PresetsTest, BuiltInNamesWinUnlessTheWordLooksLikeAFile) {
