@@ -16,6 +16,8 @@ void checkFile(const std::string& path) {
     throw Failure(path + ": can't be read (" + error.message() + "); check the name and the access rights");
   if (!std::filesystem::exists(status)) throw Failure(path + ": no such file; check the name and the folder");
   if (std::filesystem::is_directory(status)) throw Failure(path + ": this is a folder; name a video file in it");
+  if (!std::filesystem::is_regular_file(status) && !std::filesystem::is_block_file(status))
+    throw Failure(path + ": this is a pipe or a device, and a clip is read more than once; save it as a file first");
   if (std::filesystem::is_regular_file(status) && std::filesystem::file_size(path, error) == 0)
     throw Failure(path + ": the file is empty; copy it again from where it came");
 }

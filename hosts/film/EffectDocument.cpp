@@ -36,10 +36,12 @@ const IdentityField identityFields[] = {
     {"lastPacket", "last packet", [](const ClipIdentity& clip) { return json(clip.lastPacket); }},
 };
 
-void checkNoFolder(const std::string& path) {
+void checkIsFile(const std::string& path) {
   std::error_code error;
   if (std::filesystem::is_directory(path, error))
     throw Failure(path + ": this is a folder and no effect document; name another with --effect");
+  if (std::filesystem::exists(path, error) && !std::filesystem::is_regular_file(path, error))
+    throw Failure(path + ": this is a pipe or a device and no effect document; name a file with --effect");
 }
 
 bool hasShape(const json& read) {
@@ -56,7 +58,7 @@ EffectDocument::EffectDocument(std::string documentPath, json contents)
 std::optional<EffectDocument> EffectDocument::Load(const std::string& path) {
   std::error_code error;
   if (!std::filesystem::exists(path, error)) return std::nullopt;
-  checkNoFolder(path);
+  checkIsFile(path);
   std::ifstream in(path, std::ios::binary);
   if (!in) throw Failure(path + ": the effect document can't be read (" + std::strerror(errno) + ")" + remedy);
   json read = json::parse(in, nullptr, false);
@@ -72,7 +74,7 @@ std::optional<EffectDocument> EffectDocument::Load(const std::string& path) {
 }
 
 void EffectDocument::CheckReplaceable(const std::string& path) {
-  checkNoFolder(path);
+  checkIsFile(path);
   std::ifstream in(path, std::ios::binary);
   char first = '{';
   in >> first;  // stays for an empty file

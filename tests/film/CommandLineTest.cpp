@@ -1,5 +1,6 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <sys/stat.h>
 
 #include <nlohmann/json.hpp>
 
@@ -202,6 +203,15 @@ TEST_F(CommandLineTest, BadInputIsNamedWithItsRemedy) {
   expectRefusal({"render", clip, "-o", out}, 1, clip, "orvane analyse");
   expectRefusal({"export", clip, "--motion", folder / "m"}, 1, clip, "orvane analyse");
   EXPECT_THAT(folder.names(), testing::UnorderedElementsAre("clip.mp4", "text.mp4"));
+}
+
+TEST_F(CommandLineTest, NobodyWaitsForAPipe) {
+  const std::string pipe = folder / "pipe.mp4";
+  ASSERT_EQ(mkfifo(pipe.c_str(), 0600), 0);
+  expectRefusal({"stabilise", pipe, "-o", out}, 1, pipe, "save it as a file first");
+  expectRefusal({"stabilise", clip, "-o", out, "--effect", pipe}, 1, pipe, "name a file with --effect");
+  expectRefusal({"analyse", clip, "--effect", pipe, "--again"}, 1, pipe, "name a file with --effect");
+  expectRefusal({"compare", clip, "/dev/null", "-o", out}, 1, "/dev/null", "save it as a file first");
 }
 
 TEST_F(CommandLineTest, DocumentsThatDoNotFitAreRefusedUntilAskedAgain) {
