@@ -8,6 +8,8 @@ extern "C" {
 #include <cmath>
 #include <cstring>
 
+#include "film/PictureNotes.h"
+
 namespace film {
 namespace {
 
@@ -88,9 +90,7 @@ std::vector<std::string> CopyVideoDescription(const AVStream& source, const Vide
     const AVPacketSideData& data = source.side_data[i];
     if (data.type == AV_PKT_DATA_CPB_PROPERTIES) continue;  // the encoder tells its own
     if (data.type == AV_PKT_DATA_DOVI_CONF)
-      lost.emplace_back(
-          "Dolby Vision's changes from scene to scene are left out, since no encoder here writes them; "
-          "the picture under them is kept");
+      lost.push_back(DolbyVisionLoss());
     else
       addSideData(target, data.type, data.data, data.size);
   }

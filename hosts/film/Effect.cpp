@@ -150,6 +150,7 @@ SharedPicture Effect::renderAt(double time, const SharedPicture& input) {
   output->number = input->number;
   output->time = input->time;
   output->duration = input->duration;
+  output->notes = input->notes;
   const AVFieldOrder order = source.contents().format.fieldOrder;
   FilmImage inputImage(input, HostFieldAt(order, time)), outputImage(output, HostFieldAt(order, time));
   FxRenderInfo info;

@@ -82,6 +82,7 @@ void configureX264(const EncoderTask& task, AVCodecContext& context) {
     set(context, "crf", textOf(crfOf(task, 17.0)));
   // The slow ones look at more frames ahead than memory is good for.
   if (speedIndex(preset) < 0 || speedIndex(preset) >= speedIndex("fast")) set(context, "rc-lookahead", "20");
+  set(context, "udu_sei", "1");  // a camera's own notes
   Parameters parameters;
   if (task.format.fieldOrder == AV_FIELD_BB) parameters.add("bff", "1");
   parameters.addLight(task.format, "mastering-display", "cll");

@@ -6,6 +6,8 @@
 #include <mutex>
 #include <vector>
 
+#include "film/PictureNotes.h"
+
 namespace film {
 
 /// A picture as the effect takes it: four floats a pixel, a, r, g, b, rows from the top without gaps.
@@ -15,6 +17,7 @@ struct FloatPicture {
   int number = 0;             ///< of the frame in its clip
   std::int64_t time = 0;      ///< presentation time in the stream's time base
   std::int64_t duration = 0;  ///< the same; 0 where unknown
+  PictureNotes notes;         ///< what the stream says of this picture
 
   int rowBytes() const { return width * 16; }
 };

@@ -67,6 +67,7 @@ SharedPicture FrameSource::toPicture(Converter& converter, const CodedFrame& cod
   picture->number = coded.number;
   picture->time = coded.time;
   picture->duration = coded.duration;
+  picture->notes = NotesOf(*coded.frame);
   recent.keep(coded.number, picture);
   return picture;
 }

@@ -34,6 +34,7 @@ void Halve(const FloatPicture& whole, FloatPicture* half) {
   half->number = whole.number;
   half->time = whole.time;
   half->duration = whole.duration;
+  half->notes = whole.notes;
 }
 
 }  // namespace film

@@ -82,6 +82,8 @@ void MovieWriter::finish() {
   if (error) std::rethrow_exception(error);
   file.finish();
   gatherRemarks();
+  for (const std::string& loss : lostNotes)
+    if (std::find(remarks.begin(), remarks.end(), loss) == remarks.end()) remarks.push_back(loss);
 }
 
 void MovieWriter::gatherRemarks() {
@@ -122,6 +124,7 @@ void MovieWriter::convert(const FloatPicture& picture) {
   file.check(av_frame_make_writable(frame.get()));
   converter->toCodes(picture.samples.data(), picture.rowBytes(), framePlanes.toFill(*frame));
   framePlanes.finish(*frame);
+  Annotate(picture.notes, chosen.kind->encoder, *frame, &lostNotes);
   const std::int64_t time = picture.time - (span.whole ? 0 : span.firstTime);
   durations[time] = picture.duration;
   frame->pict_type = AV_PICTURE_TYPE_NONE;

@@ -6,6 +6,7 @@
 #include <map>
 #include <memory>
 #include <mutex>
+#include <set>
 #include <string>
 #include <thread>
 
@@ -35,7 +36,7 @@ class MovieWriter {
   MovieWriter& operator=(const MovieWriter&) = delete;
 
   /// What the user should know about the file: streams that it couldn't take, a codec or chroma that had to change;
-  /// after `finish` also packets that were lost.
+  /// after `finish` also packets that were lost, and what was said of single pictures.
   const std::vector<std::string>& notes() const { return remarks; }
 
   /// Adds a stream of sound that isn't copied from a clip. Before anything is written.
@@ -72,6 +73,7 @@ class MovieWriter {
   AVRational timeBase{1, 25};
   ChosenEncoder chosen;
   std::vector<std::string> remarks;
+  std::set<std::string> lostNotes;  // on single pictures, in words
   Frame frame;
   FramePlanes framePlanes;
   Packet packet;
