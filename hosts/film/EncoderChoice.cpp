@@ -12,7 +12,7 @@ namespace film {
 namespace {
 
 /// What stands against an encoder, the later the further it came.
-enum class Fault { None, Missing, Container, Lossless, Pictures, Fields };
+enum class Fault { None, Missing, Container, Lossless, Pictures, Rows, Fields };
 
 /// An encoder that fits, but for its settings.
 struct Candidate {
@@ -96,6 +96,11 @@ std::optional<Candidate> fitAlphaAndPictures(const EncoderWish& wish, const Enco
   return candidate;
 }
 
+/// Whether the rows don't go into macroblocks and chroma of the two fields apart, which only this codec asks for.
+bool lacksRows(const EncoderKind& kind, const PlaneFormat& planes) {
+  return kind.id == AV_CODEC_ID_H264 && planes.interlaced && planes.halfHeight && planes.height % 4 != 0;
+}
+
 Fault judge(const EncoderWish& wish, const EncoderKind& kind, const Container& container, Candidate* candidate) {
   const AVCodec* codec = avcodec_find_encoder_by_name(kind.encoder);
   if (!codec) return Fault::Missing;
@@ -103,6 +108,7 @@ Fault judge(const EncoderWish& wish, const EncoderKind& kind, const Container& c
   if (wish.options.lossless && kind.lossless == EncoderKind::Lossless::Never) return Fault::Lossless;
   std::optional<Candidate> fit = fitAlphaAndPictures(wish, kind, *codec, container);
   if (!fit) return Fault::Pictures;
+  if (lacksRows(kind, fit->pictures.planes)) return Fault::Rows;
   if (wish.format.interlaced() && !kind.fields && wish.options.codec.empty()) return Fault::Fields;
   if (wish.format.interlaced() && !kind.fields)
     fit->remarks.push_back(std::string(kind.label) + " can't say that its frames hold two fields each");
@@ -168,6 +174,11 @@ std::string wishedPictures(const EncoderWish& wish) {
     }
     case Fault::Lossless:
       throw Failure(wish.out + ": " + label + " can't be lossless" + remedyFor(wish), kUsage);
+    case Fault::Rows:
+      throw Failure(wish.out + ": " + label + " holds fields in 4:2:0 only where the height is a multiple of 4, not " +
+                        std::to_string(wish.format.height) + remedyFor(wish) +
+                        ", or, if the clip isn't interlaced at all, --fields none",
+                    kUsage);
     default:
       if (wish.options.alpha && !wish.container->holdsOpacityOf(kind.id))
         throw Failure(wish.out + ": " + wish.container->ending() + " files have no place for the opacity of " + label +
@@ -195,6 +206,7 @@ void remarkOnCodec(const EncoderWish& wish, const EncoderKind& kind, Fault ownFa
   if (ownFault == Fault::Container) reason = wish.container->ending() + " files can't hold " + own;
   if (ownFault == Fault::Lossless) reason = own + " can't be lossless";
   if (ownFault == Fault::Pictures) reason = "no encoder for " + own + " takes " + wishedPictures(wish);
+  if (ownFault == Fault::Rows) reason = own + " holds fields in 4:2:0 only in heights that are multiples of 4";
   if (ownFault == Fault::Fields) reason = "FFmpeg's encoder for " + own + " can't tell of fields";
   if (ownRefused) reason = "FFmpeg's encoder for " + own + " refuses these pictures";
   remarks->insert(remarks->begin(), std::string("written as ") + kind.label + ", since " + reason);

@@ -10,7 +10,8 @@ namespace film {
 ClipContents HalfSized(const ClipContents& contents);
 
 /// `half`: gets the mean of each two by two samples of `whole`, and its number and times. Its size is half of that
-/// of `whole` as above; what a size leaves over at the right and the bottom is left away.
-void Halve(const FloatPicture& whole, FloatPicture* half);
+/// of `whole` as above; what a size leaves over at the right and the bottom is left away. Of a picture of two fields,
+/// which `order` tells, only the rows of the first are used: the mean of both would show two moments at once.
+void Halve(const FloatPicture& whole, AVFieldOrder order, FloatPicture* half);
 
 }  // namespace film

@@ -1,5 +1,6 @@
 #include "film/MovieFile.h"
 
+#include <algorithm>
 #include <cmath>
 #include <cstring>
 #include <numeric>
@@ -76,6 +77,9 @@ void MovieFile::open(const ChosenEncoder& encoder, const EncoderOptions& options
   film->sample_aspect_ratio = encoder.context->sample_aspect_ratio;
   describe(encoder);
   remarkOnLosses(timeBase);
+  // The library would move all times by what lies before 0.
+  if (copier && kind.isMatroska() && (!span.whole || span.firstTime >= 0) && copier->onlySoundBeforeZero())
+    output->avoid_negative_ts = 0;
   check(avio_open(&opened->pb, ("file:" + file.temporaryPath()).c_str(), AVIO_FLAG_WRITE));
 }
 
@@ -146,8 +150,11 @@ void MovieFile::remarkOnLosses(AVRational timeBase) {
     lost.push_back("the time code is left out, since " + kind.ending() + " files have no place for it");
   if (output->nb_chapters > 0 && !kind.isQuickTime() && !kind.isMatroska() && !endsIn(kind.ending(), ".nut"))
     lost.push_back("the chapters are left out, since " + kind.ending() + " files have no place for them");
-  const std::int64_t milliseconds = 1000LL * timeBase.num;
-  if (kind.isMatroska() && milliseconds % timeBase.den != 0)
+  const std::vector<IndexedFrame>& frames = clip.index->frames;
+  const bool broken = std::any_of(frames.begin(), frames.end(), [&](const IndexedFrame& frame) {
+    return (frame.time % timeBase.den) * 1000 * timeBase.num % timeBase.den != 0;
+  });
+  if (kind.isMatroska() && broken)
     lost.emplace_back("time stamps are rounded to milliseconds, as in all Matroska files");
 }
 
@@ -178,6 +185,7 @@ void MovieFile::writeHeader() {
 
 void MovieFile::writeFilm(AVPacket& packet, AVRational timeBase) {
   if (copier) check(copier->copyUntil(static_cast<double>(packet.dts) * av_q2d(timeBase)));
+  if (!firstDecoded) firstDecoded = static_cast<double>(packet.dts) * av_q2d(timeBase);
   av_packet_rescale_ts(&packet, timeBase, film->time_base);
   packet.stream_index = film->index;
   check(av_interleaved_write_frame(output.get(), &packet));
@@ -190,9 +198,22 @@ void MovieFile::writeSound(AVPacket& packet, AVRational timeBase, const AVStream
   check(av_interleaved_write_frame(output.get(), &packet));
 }
 
+/// Most kinds of files can't tell of times before 0, but B-frames are decoded that much earlier than they are shown.
+void MovieFile::remarkOnShift() {
+  if (!copier || !span.whole || output->avoid_negative_ts <= 0) return;
+  const bool byShown = kind.isMatroska();
+  const double first = std::min(byShown ? 0.0 : firstDecoded.value_or(0.0), copier->earliest(byShown).value_or(0.0));
+  const auto milliseconds = static_cast<int>(std::lround(-first * 1000));
+  if (milliseconds > 0)
+    lost.push_back("all times are " + std::to_string(milliseconds) +
+                   " ms later than in the clip, of pictures and sound alike, since " + kind.ending() +
+                   " files have none before 0; a name ending in .mov or .mp4 keeps them");
+}
+
 void MovieFile::finish() {
   writeHeader();
   if (copier) check(copier->copyUntil(1e18));
+  remarkOnShift();
   check(av_write_trailer(output.get()));
   check(output->pb->error);
   const int result = avio_closep(&output->pb);

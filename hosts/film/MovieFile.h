@@ -61,6 +61,7 @@ class MovieFile {
   void describeTimeCode();
   void chooseTag(const ChosenEncoder& encoder);
   void remarkOnLosses(AVRational timeBase);
+  void remarkOnShift();
   CopiedSpan copiedSpan() const;
 
   Container kind;  // first, since it needs no trace on the disk
@@ -72,6 +73,7 @@ class MovieFile {
   std::unique_ptr<AVFormatContext, void (*)(AVFormatContext*)> output;
   std::unique_ptr<PacketCopier> copier;
   AVStream* film = nullptr;
+  std::optional<double> firstDecoded;  // of the film, in the output's seconds
   bool headerWritten = false;
 };
 

@@ -1,6 +1,7 @@
 #include "film/PacketCopier.h"
 
 #include <algorithm>
+#include <cmath>
 #include <cstring>
 
 #include "film/Failure.h"
@@ -34,6 +35,12 @@ std::uint32_t tagIn(const AVOutputFormat& container, const AVCodecParameters& pa
       !av_codec_get_tag2(container.codec_tag, parameters.codec_id, &usual))
     return parameters.codec_tag;
   return 0;
+}
+
+/// FFmpeg's writer of Matroska tells readers to take Opus' delay off all times, but doesn't add it itself.
+double delayIn(const Container& container, const AVCodecParameters& parameters) {
+  if (!container.isMatroska() || parameters.codec_id != AV_CODEC_ID_OPUS || parameters.sample_rate <= 0) return 0;
+  return static_cast<double>(parameters.initial_padding) / parameters.sample_rate;
 }
 
 /// Matroska keeps cover pictures as attached files.
@@ -113,7 +120,8 @@ bool PacketCopier::addStream(const AVStream& stream, const Container& container,
                              const AVCodecParameters& filmParameters, AVRational timeBase) {
   const bool attachment = isOf(stream, AVMEDIA_TYPE_ATTACHMENT), cover = isCover(stream);
   // Films and sound must be what the container is known for; for anything else its writer's word is enough.
-  const bool known = attachment || isOf(stream, AVMEDIA_TYPE_DATA) || container.holds(stream.codecpar->codec_id);
+  const bool known = attachment || isOf(stream, AVMEDIA_TYPE_DATA) || (cover && container.isMatroska()) ||
+                     container.holds(stream.codecpar->codec_id);
   if (!known || (attachment && !container.isMatroska())) return false;
   if (cover && container.isQuickTime() && std::strcmp(container.format().name, "mov") == 0) return false;
   const OutputFormat drafts(avformat_alloc_context());
@@ -134,14 +142,47 @@ bool PacketCopier::addStream(const AVStream& stream, const Container& container,
   target->sample_aspect_ratio = stream.sample_aspect_ratio;
   CopyStreamDescription(*draft, *target);
   if (keepsIds(container)) target->id = stream.id;
-  if (!isOf(*target, AVMEDIA_TYPE_ATTACHMENT)) targets[stream.index] = {target->index, cover};
+  if (!isOf(*target, AVMEDIA_TYPE_ATTACHMENT))
+    targets[stream.index] = {target->index, cover, delayIn(container, *target->codecpar)};
   return true;
+}
+
+int PacketCopier::readPacket() {
+  if (readAhead.empty()) return av_read_frame(input.get(), packet.get());
+  packet = std::move(readAhead.front());
+  readAhead.pop_front();
+  return 0;
+}
+
+/// When the streams that are copied begin, in the output's seconds; of those that begin far behind the others nothing.
+std::map<int, double> PacketCopier::firstTimes() {
+  constexpr int furthest = 256;
+  std::map<int, double> times;
+  for (int read = 0; read < furthest && times.size() < targets.size(); ++read) {
+    Packet next = MakePacket();
+    const int error = av_read_frame(input.get(), next.get());
+    if (error == AVERROR(EAGAIN)) continue;
+    if (error < 0) break;
+    const double unit = av_q2d(input->streams[next->stream_index]->time_base);
+    if (next->pts != AV_NOPTS_VALUE && targets.count(next->stream_index))
+      times.emplace(next->stream_index, static_cast<double>(next->pts) * unit - span.origin);
+    readAhead.push_back(std::move(next));
+  }
+  return times;
+}
+
+bool PacketCopier::onlySoundBeforeZero() {
+  const std::map<int, double> times = firstTimes();
+  return std::all_of(times.begin(), times.end(), [&](const auto& first) {
+    const auto& [index, time] = first;
+    return time >= 0 || isOf(*input->streams[index], AVMEDIA_TYPE_AUDIO);
+  });
 }
 
 int PacketCopier::copyUntil(double seconds) {
   while (!ended) {
     if (!packetInHand) {
-      const int error = av_read_frame(input.get(), packet.get());
+      const int error = readPacket();
       if (error == AVERROR(EAGAIN)) continue;
       // A clip that was cut short ends its sound where it ends; that isn't the output's fault.
       ended = error < 0;
@@ -163,11 +204,21 @@ int PacketCopier::copyUntil(double seconds) {
   return 0;
 }
 
+void PacketCopier::noteTime(const AVPacket& written, AVRational timeBase) {
+  const auto note = [&](std::int64_t stamp, std::optional<double>& earliest) {
+    if (stamp == AV_NOPTS_VALUE) return;
+    const double seconds = static_cast<double>(stamp) * av_q2d(timeBase);
+    earliest = std::min(earliest.value_or(seconds), seconds);
+  };
+  note(written.dts, earliestDecoded);
+  note(written.pts, earliestShown);
+}
+
 int PacketCopier::writePacket() {
   const Target& to = targets.at(packet->stream_index);
   const AVStream& source = *input->streams[packet->stream_index];
   const AVStream& target = *output->streams[to.index];
-  const std::int64_t moved = TicksOf(span.origin, source.time_base);
+  const std::int64_t moved = TicksOf(span.origin - to.delay, source.time_base);
   const std::int64_t shown = packet->pts != AV_NOPTS_VALUE ? packet->pts : packet->dts;
   if (isOf(source, AVMEDIA_TYPE_SUBTITLE) && shown != AV_NOPTS_VALUE)
     packet->duration = std::min(packet->duration, TicksOf(span.last, source.time_base) - shown);
@@ -179,6 +230,7 @@ int PacketCopier::writePacket() {
   packet->pos = -1;
   // Empty packets that only carry a changed description aren't sound.
   if (isOf(source, AVMEDIA_TYPE_AUDIO) && packet->size == 0) return 0;
+  noteTime(*packet, target.time_base);
   const int error = av_interleaved_write_frame(output, packet.get());
   if (error != AVERROR_INVALIDDATA) return error;
   ++damaged;

@@ -1,6 +1,8 @@
 #pragma once
 
+#include <deque>
 #include <map>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -38,6 +40,14 @@ class PacketCopier {
   /// Only packets that begin within the span are copied; subtitles end with it.
   void setSpan(const CopiedSpan& copiedSpan) { span = copiedSpan; }
 
+  /// For Matroska, once the span is set and before the header: whether what lies before the output's 0 is sound only,
+  /// which players pass over there. Such sound needs no times of its own from 0 on.
+  bool onlySoundBeforeZero();
+
+  /// The time at which the first of the packets written so far is decoded, in the output's seconds, or is shown where
+  /// `shown`; nothing before any.
+  std::optional<double> earliest(bool shown) const { return shown ? earliestShown : earliestDecoded; }
+
   /// Writes all packets up to `seconds` of the output's time; they go between the pictures that way.
   /// An FFmpeg error code, or 0.
   int copyUntil(double seconds);
@@ -47,12 +57,16 @@ class PacketCopier {
   struct Target {
     int index = 0;
     bool cover = false;
+    double delay = 0;  ///< seconds that readers of the output take off its packets' times
   };
 
   bool isCopied(const AVStream& stream) const;
   bool keepsIds(const Container& container) const;
   bool addStream(const AVStream& stream, const Container& container, const AVCodecParameters& filmParameters,
                  AVRational timeBase);
+  int readPacket();
+  std::map<int, double> firstTimes();
+  void noteTime(const AVPacket& written, AVRational timeBase);
   int writePacket();
 
   AVFormatContext* output = nullptr;
@@ -60,6 +74,8 @@ class PacketCopier {
   int filmIndex;
   const AVStream* timeCode = nullptr;
   Packet packet;
+  std::deque<Packet> readAhead;  // in the order of the file
+  std::optional<double> earliestDecoded, earliestShown;
   std::map<int, Target> targets;  // by the clip's streams
   std::vector<std::string> refused;
   CopiedSpan span;

@@ -73,7 +73,7 @@ std::optional<double> renderSpan(Session& session, const RenderOptions& render, 
     if (!picture) picture = session.effect().render(number);
     if (render.preview) {
       SharedPicture half = smaller.take();
-      Halve(*picture, half.get());
+      Halve(*picture, session.contents().format.fieldOrder, half.get());
       picture = std::move(half);
     }
     movie.write(std::move(picture));

@@ -36,9 +36,10 @@ class EncoderChoiceTest : public testing::Test {
     wish.source = own == AV_CODEC_ID_NONE ? nullptr : source;
     return ChooseEncoder(wish);
   }
-  std::string failureOf(const std::string& name, AVPixelFormat format, AVCodecID own = AV_CODEC_ID_NONE) {
+  std::string failureOf(const std::string& name, AVPixelFormat format, AVCodecID own = AV_CODEC_ID_NONE,
+                        int height = 48) {
     try {
-      choose(name, format, own);
+      choose(name, format, own, 64, height);
     } catch (const Failure& failure) {
       EXPECT_EQ(failure.status, kUsage);
       return failure.what();
@@ -165,6 +166,25 @@ TEST_F(EncoderChoiceTest, WhatCannotBeIsToldWithWhatCan) {
   wish.options.lossless = true;
   EXPECT_THAT(failureOf("a.mov", AV_PIX_FMT_YUV422P10),
               AllOf(HasSubstr("ProRes can't be lossless"), HasSubstr("h264")));
+}
+
+TEST_F(EncoderChoiceTest, FieldsOfOddHeightsAreNotForH264) {
+  fieldOrder = AV_FIELD_BB;
+  const auto chosenFor = [&](int height, AVPixelFormat format) {
+    return choose("a.mkv", format, AV_CODEC_ID_H264, 64, height);
+  };
+  EXPECT_STREQ(chosenFor(48, AV_PIX_FMT_YUV420P).kind->encoder, "libx264");
+  EXPECT_STREQ(chosenFor(50, AV_PIX_FMT_YUV422P).kind->encoder, "libx264");
+  const ChosenEncoder other = chosenFor(50, AV_PIX_FMT_YUV420P);
+  EXPECT_STREQ(other.kind->encoder, "ffv1");
+  EXPECT_THAT(other.remarks, testing::Contains(HasSubstr("since h264 holds fields in 4:2:0 only in heights that are "
+                                                         "multiples of 4")));
+  wish.options.codec = "h264";
+  EXPECT_THAT(failureOf("a.mkv", AV_PIX_FMT_YUV420P, AV_CODEC_ID_H264, 50),
+              AllOf(HasSubstr("only where the height is a multiple of 4, not 50; use --codec "), HasSubstr("mpeg2"),
+                    HasSubstr("--fields none")));
+  fieldOrder = AV_FIELD_PROGRESSIVE;
+  EXPECT_STREQ(chosenFor(50, AV_PIX_FMT_YUV420P).kind->encoder, "libx264");
 }
 
 TEST_F(EncoderChoiceTest, OptionsThatTheEncoderLacksAreRefused) {

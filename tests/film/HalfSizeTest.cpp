@@ -24,7 +24,7 @@ TEST(HalfSize, EachSampleIsTheMeanOfFour) {
   whole->number = 7;
   whole->time = 70;
   whole->duration = 10;
-  Halve(*whole, half.get());
+  Halve(*whole, AV_FIELD_PROGRESSIVE, half.get());
   // Sample c of pixel (x, y) is 4 (5 y + x) + c: the mean over two by two lies 4 * 2.5 + 2 behind its first corner.
   EXPECT_EQ(half->samples[0], 0 + 12);
   EXPECT_EQ(half->samples[4 + 3], 4 * 2 + 3 + 12);
@@ -34,11 +34,27 @@ TEST(HalfSize, EachSampleIsTheMeanOfFour) {
   EXPECT_EQ(half->duration, 10);
 }
 
+TEST(HalfSize, OfTwoFieldsTheFirstIsKept) {
+  PicturePool wholes(4, 8), halves(2, 4);
+  const SharedPicture whole = wholes.take(), half = halves.take();
+  for (size_t i = 0; i < whole->samples.size(); ++i) whole->samples[i] = static_cast<float>(i / 16);  // its row
+  for (const auto& [order, first] : {std::pair(AV_FIELD_TT, 0), std::pair(AV_FIELD_BB, 1)}) {
+    Halve(*whole, order, half.get());
+    for (size_t i = 0; i < half->samples.size(); ++i)
+      EXPECT_EQ(half->samples[i], static_cast<float>(2 * (i / 8) + first)) << order;
+  }
+  ClipContents contents = TestContents(720, 576);
+  contents.format.fieldOrder = AV_FIELD_TT;
+  contents.planes.interlaced = true;
+  EXPECT_EQ(HalfSized(contents).format.fieldOrder, AV_FIELD_PROGRESSIVE);
+  EXPECT_FALSE(HalfSized(contents).planes.interlaced);
+}
+
 TEST(HalfSize, ClipsOfOnePixelStayInsideTheirMemory) {
   PicturePool wholes(1, 1), halves(2, 2);
   const SharedPicture whole = wholes.take(), half = halves.take();
   std::fill(whole->samples.begin(), whole->samples.end(), 0.5f);
-  Halve(*whole, half.get());
+  Halve(*whole, AV_FIELD_PROGRESSIVE, half.get());
   for (const float sample : half->samples) EXPECT_EQ(sample, 0.5f);
 }
 
