@@ -80,11 +80,14 @@ void configureX264(const EncoderTask& task, AVCodecContext& context) {
     set(context, "qp", "0");
   else
     set(context, "crf", textOf(crfOf(task, 17.0)));
-  // The slow ones look at more frames ahead than memory is good for.
-  if (speedIndex(preset) < 0 || speedIndex(preset) >= speedIndex("fast")) set(context, "rc-lookahead", "20");
+  // The slow ones look at more frames ahead than memory is good for, and those of more than 8 bits take twice as much.
+  const bool deep = task.planes.bits > 8;
+  if (speedIndex(preset) < 0 || speedIndex(preset) >= speedIndex("fast"))
+    set(context, "rc-lookahead", deep ? "14" : "20");
   set(context, "udu_sei", "1");  // a camera's own notes
   Parameters parameters;
   if (task.format.fieldOrder == AV_FIELD_BB) parameters.add("bff", "1");
+  if (deep) parameters.add("sync-lookahead", "0");  // frames that only wait for the look ahead
   parameters.addLight(task.format, "mastering-display", "cll");
   if (!parameters.joined().empty()) set(context, "x264-params", parameters.joined());
 }
@@ -99,7 +102,7 @@ void configureX265(const EncoderTask& task, AVCodecContext& context) {
     parameters.add("lossless", "1");
   else
     set(context, "crf", textOf(crfOf(task, 17.0)));
-  parameters.add("rc-lookahead", "10");  // it takes much memory for each frame that it looks at
+  parameters.add("rc-lookahead", task.planes.bits > 8 ? "6" : "10");  // much memory for each frame that it looks at
   parameters.add("frame-threads", "1");
   parameters.addLight(task.format, "master-display", "max-cll");
   set(context, "x265-params", parameters.joined());
