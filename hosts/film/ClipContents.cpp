@@ -1,6 +1,7 @@
 #include "film/ClipContents.h"
 
 #include <algorithm>
+#include <cstring>
 #include <vector>
 
 #include "film/Failure.h"
@@ -57,11 +58,42 @@ Tally countFrames(ClipReader& reader, const ScanOptions& options, ClipContents* 
   return tally;
 }
 
-/// The seconds that the container promises, or 0.
-double promisedSeconds(const ClipReader& reader) {
+/// Kinds of files that tell the length of each stream; others tell that of the longest.
+bool tellsStreamLengths(const AVInputFormat& kind) {
+  for (const char* name : {"mov,mp4,m4a,3gp,3g2,mj2", "avi", "mxf"})
+    if (std::strcmp(kind.name, name) == 0) return true;
+  return false;
+}
+
+/// When the last packet of any stream ends, in seconds.
+double endOfAllStreams(const std::string& path) {
+  const ClipReader reader(path, 1);
+  AVFormatContext& file = reader.file();
+  for (unsigned i = 0; i < file.nb_streams; ++i) file.streams[i]->discard = AVDISCARD_DEFAULT;
+  const Packet packet = MakePacket();
+  double end = 0;
+  while (true) {
+    const int error = av_read_frame(&file, packet.get());
+    if (error == AVERROR(EAGAIN)) continue;
+    if (error < 0) return end;
+    const std::int64_t stamp = packet->pts != AV_NOPTS_VALUE ? packet->pts : packet->dts;
+    const double unit = av_q2d(file.streams[packet->stream_index]->time_base);
+    if (stamp != AV_NOPTS_VALUE) end = std::max(end, static_cast<double>(stamp + packet->duration) * unit);
+    av_packet_unref(packet.get());
+  }
+}
+
+/// Whether the container promises more than there is, by a second or more. `frames` aren't empty.
+bool promisesMore(const ClipReader& reader, const std::vector<IndexedFrame>& frames) {
   const AVStream& stream = reader.stream();
-  if (stream.duration > 0) return static_cast<double>(stream.duration) * av_q2d(stream.time_base);
-  return reader.file().duration > 0 ? static_cast<double>(reader.file().duration) / AV_TIME_BASE : 0.0;
+  const double unit = av_q2d(stream.time_base), slack = 1.0;
+  const std::int64_t end = frames.back().time + frames.back().duration;
+  if (tellsStreamLengths(*reader.file().iformat))
+    return static_cast<double>(stream.duration) * unit > static_cast<double>(end - frames.front().time) * unit + slack;
+  // What is only guessed from the file's size is no promise.
+  if (reader.file().duration_estimation_method != AVFMT_DURATION_FROM_STREAM) return false;
+  const double promised = static_cast<double>(reader.file().duration) / AV_TIME_BASE;
+  return promised > static_cast<double>(end) * unit + slack && promised > endOfAllStreams(reader.path()) + slack;
 }
 
 /// A frame is shown until the next one is; the packets' durations are those of the order in the file.
@@ -92,10 +124,7 @@ std::shared_ptr<const FrameIndex> usableFrames(const ClipReader& reader, Tally t
   checkFrames(path, &tally);
   FrameIndex index = std::move(tally.index);
   completeDurations(&index.frames);
-  const IndexedFrame &first = index.frames.front(), &last = index.frames.back();
-  const double seconds =
-      static_cast<double>(last.time + last.duration - first.time) * av_q2d(reader.stream().time_base);
-  const bool cut = reader.cutShort || tally.damage || promisedSeconds(reader) > seconds + 1.0;
+  const bool cut = reader.cutShort || tally.damage || promisesMore(reader, index.frames);
   if (cut && index.end == ClipEnd::Whole) index.end = ClipEnd::CutShort;
   return std::make_shared<const FrameIndex>(std::move(index));
 }

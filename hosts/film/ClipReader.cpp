@@ -205,17 +205,33 @@ std::string ClipReader::lastPacketHash() const { return hashOf(*lastPacket); }
 void ClipReader::feed() {
   if (!nextPacket(*packet)) {
     packetsEnded = true;
+    if (doubtful) noteLost(*doubtful);
     avcodec_send_packet(decoder.get(), nullptr);
     return;
   }
-  const bool corrupt = (packet->flags & AV_PKT_FLAG_CORRUPT) != 0;
   if (packet->pts != AV_NOPTS_VALUE) lastFed = packet->pts;
+  doubt();
   packet->pos = nextNumber - 1;  // decoders hand it on with the picture and make no other use of it
-  if (avcodec_send_packet(decoder.get(), packet.get()) < 0 || corrupt) noteLost();
+  if (avcodec_send_packet(decoder.get(), packet.get()) < 0) noteLost(lastFed);
   av_packet_unref(packet.get());
 }
 
-void ClipReader::noteLost() { firstLost = std::min(firstLost.value_or(lastFed), lastFed); }
+/// Notes what a reader says of damage. It says so too of the last packet before a joint of two files, or of the one
+/// before that, though both are whole: what was joined begins with a picture that refers to none before. The decoder
+/// would tell of damage there.
+void ClipReader::doubt() {
+  constexpr int reach = 2;
+  if (packet->flags & AV_PKT_FLAG_KEY) doubtful.reset();
+  if (doubtful && nextNumber - doubtfulNumber >= reach) {
+    noteLost(*doubtful);
+    doubtful.reset();
+  }
+  if ((packet->flags & AV_PKT_FLAG_CORRUPT) == 0 || doubtful) return;
+  doubtful = lastFed;
+  doubtfulNumber = nextNumber;
+}
+
+void ClipReader::noteLost(std::int64_t time) { firstLost = std::min(firstLost.value_or(time), time); }
 
 bool ClipReader::next(CodedFrame* coded) {
   if (!coded->frame) coded->frame = MakeFrame();
@@ -227,7 +243,7 @@ bool ClipReader::next(CodedFrame* coded) {
       if (packetsEnded) return false;
       feed();
     } else if (error < 0) {
-      noteLost();  // a decoder with threads tells of a refused packet only some packets later
+      noteLost(lastFed);  // a decoder with threads tells of a refused packet only some packets later
     } else {
       break;
     }

@@ -69,7 +69,8 @@ class ClipReader {
   void beginAt(const AccessPoint& point);
   void feed();
   void note(const AVPacket& read);
-  void noteLost();
+  void doubt();
+  void noteLost(std::int64_t time);
   std::int64_t timeOf(const AVFrame& frame);
 
   std::string clipPath;
@@ -80,6 +81,8 @@ class ClipReader {
   int streamIndex = -1;
   int nextNumber = 0;  // of the packet that is read next
   bool packetsEnded = false, foundOne = false;
+  std::optional<std::int64_t> doubtful;  // time of a packet that may not be whole
+  int doubtfulNumber = 0;
   std::int64_t lastFed = 0;   // presentation time of the packet that the decoder got last
   std::int64_t nextTime = 0;  // what a frame without a time stamp gets
 };

@@ -69,7 +69,7 @@ void AddDocumentOptions(CLI::App* command, Arguments* arguments) {
       ->add_option("--fields", arguments->session.fields,
                    "which field of an interlaced frame comes first, none for progressive frames, auto to find out; "
                    "stays until changed")
-      ->check(CLI::IsMember({"auto", "top", "bottom", "none"}))
+      ->check(CLI::IsMember({"auto", "top", "bottom", "none"}).description(""))
       ->type_name("auto|top|bottom|none");
   AddRunOptions(command, arguments);
 }

@@ -254,6 +254,13 @@ bool fileTakes(const EncoderWish& wish, const AVCodecContext& context) {
   return taken;
 }
 
+/// Files in which nothing is decoded before time 0: pictures that are decoded earlier than they are shown, since others
+/// refer to them, would make the whole film late.
+bool beginsAtZero(const Container& container) {
+  const std::string name = container.format().name;
+  return name == "flv" || name == "nut";
+}
+
 /// Null if the encoder refuses, with the code in `error`.
 CodecContext open(const EncoderWish& wish, const Candidate& candidate, int* error) {
   const EncoderTask task{candidate.format, candidate.pictures.planes, wish.source, wish.options};
@@ -261,6 +268,7 @@ CodecContext open(const EncoderWish& wish, const Candidate& candidate, int* erro
     CodecContext context = makeContext(wish, candidate);
     context->bit_rate = rate;
     candidate.kind->configure(task, *context);
+    if (beginsAtZero(*wish.container)) context->max_b_frames = 0;
     ApplyExtras(wish.out, *candidate.kind, wish.options.extras, *context);
     *error = avcodec_open2(context.get(), candidate.codec, nullptr);
     if (*error >= 0 && fileTakes(wish, *context)) return context;

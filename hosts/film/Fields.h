@@ -18,8 +18,8 @@ enum class Field { Top, Bottom };
 Field FirstField(AVFieldOrder order);
 Field SecondField(AVFieldOrder order);
 
-/// What a clip's best video stream is found to be: what its codec parameters say, or where they leave it open what most
-/// of the first frames say. Fails where the clip can't be opened.
+/// What most of the first frames of a clip's best video stream say. Where they don't say that they are interlaced, and
+/// can't say that they aren't, what the container does. Fails where the clip can't be opened.
 AVFieldOrder DetectFieldOrder(const std::string& path);
 
 /// "top", "bottom" or "none" for a field order, and back; nothing for another word.

@@ -1,6 +1,7 @@
 #include "film/MovieFile.h"
 
 #include <algorithm>
+#include <cerrno>
 #include <cmath>
 #include <cstring>
 #include <numeric>
@@ -37,6 +38,33 @@ int movieTicks(const AVFormatContext& output, AVRational timeBase) {
 
 bool endsIn(const std::string& name, const char* ending) { return name == ending; }
 
+/// Whether each picture of the clip is one field of a film; to this host they are whole frames.
+bool holdsSingleFields(const std::string& path) {
+  ClipReader reader(path, 1);
+  CodedFrame first;
+  return reader.stream().codecpar->codec_id == AV_CODEC_ID_HEVC && reader.next(&first) && first.frame->interlaced_frame;
+}
+
+/// Fails where a picture is shown before the one that precedes it: no kind of file holds that.
+void checkTimes(const ClipContents& clip) {
+  const std::vector<IndexedFrame>& frames = clip.index->frames;
+  const auto back = std::adjacent_find(frames.begin(), frames.end(),
+                                       [](const auto& one, const auto& next) { return next.time < one.time; });
+  if (back != frames.end())
+    throw Failure(clip.path + ": its time stamps go back at frame " + std::to_string(back - frames.begin() + 1) +
+                  ", as where files were joined; `ffmpeg -i CLIP -map 0 -c copy NEW` makes one whose times go on");
+}
+
+/// Whether each picture is shown when counting frames from 0 on says, to half a frame.
+bool isCounted(const ClipContents& clip, AVRational timeBase) {
+  const std::vector<IndexedFrame>& frames = clip.index->frames;
+  const double length = av_q2d(av_inv_q(clip.frameRate)), unit = av_q2d(timeBase);
+  for (size_t n = 0; n < frames.size(); ++n)
+    if (std::fabs(static_cast<double>(frames[n].time) * unit - static_cast<double>(n) * length) >= length / 2)
+      return false;
+  return true;
+}
+
 }  // namespace
 
 MovieFile::MovieFile(const std::string& path, const ClipContents& contents, const MovieSpan& movieSpan)
@@ -55,6 +83,7 @@ int MovieFile::delay() const {
 
 void MovieFile::open(const ChosenEncoder& encoder, const EncoderOptions& options, AVRational timeBase) {
   clock = timeBase;
+  checkTimes(clip);
   AVFormatContext* opened = nullptr;
   check(avformat_alloc_output_context2(&opened, &kind.format(), nullptr, file.temporaryPath().c_str()));
   output.reset(opened);
@@ -75,12 +104,14 @@ void MovieFile::open(const ChosenEncoder& encoder, const EncoderOptions& options
   chooseTag(encoder);
   film->avg_frame_rate = clip.frameRate;
   film->sample_aspect_ratio = encoder.context->sample_aspect_ratio;
-  describe(encoder);
+  describe();
   remarkOnLosses(timeBase);
   // The library would move all times by what lies before 0.
   if (copier && kind.isMatroska() && (!span.whole || span.firstTime >= 0) && copier->onlySoundBeforeZero())
     output->avoid_negative_ts = 0;
-  check(avio_open(&opened->pb, ("file:" + file.temporaryPath()).c_str(), AVIO_FLAG_WRITE));
+  if (const int error = avio_open(&opened->pb, ("file:" + file.temporaryPath()).c_str(), AVIO_FLAG_WRITE); error < 0)
+    FailToWrite(file.path(), AVUNERROR(error));
+  if (copier) writeHeader();  // no sound can follow; what the file can't hold is told before any work
 }
 
 CopiedSpan MovieFile::copiedSpan() const {
@@ -98,7 +129,7 @@ void MovieFile::chooseTag(const ChosenEncoder& encoder) {
   film->codecpar->codec_tag = source() && source()->codec_tag == other ? other : usual;
 }
 
-void MovieFile::describe(const ChosenEncoder& encoder) {
+void MovieFile::describe() {
   if (!copier) {
     DescribeLight(clip.format, *film);
     return;
@@ -109,9 +140,6 @@ void MovieFile::describe(const ChosenEncoder& encoder) {
   CopyChapters(copier->source(), part, *output);
   lost = CopyVideoDescription(copier->film(), clip.format, *film);
   describeTimeCode();
-  if (encoder.kind->id == AV_CODEC_ID_MPEG2VIDEO)
-    if (const std::string code = MetadataText(film->metadata, "timecode"); !code.empty())
-      av_opt_set(encoder.context.get(), "gop_timecode", code.c_str(), AV_OPT_SEARCH_CHILDREN);
 }
 
 void MovieFile::describeTimeCode() {
@@ -141,6 +169,10 @@ void MovieFile::describeTimeCode() {
 void MovieFile::remarkOnLosses(AVRational timeBase) {
   if (!copier) return;
   lost.insert(lost.end(), copier->leftOut().begin(), copier->leftOut().end());
+  if (holdsSingleFields(clip.path))
+    lost.emplace_back(
+        "that each of its pictures is one field is left out, since no encoder here tells it; they are written as "
+        "whole frames");
   const bool rotated = av_stream_get_side_data(film, AV_PKT_DATA_DISPLAYMATRIX, nullptr) != nullptr;
   if (rotated && !kind.isQuickTime())
     lost.push_back("the rotation is left out, since " + kind.ending() +
@@ -150,6 +182,9 @@ void MovieFile::remarkOnLosses(AVRational timeBase) {
     lost.push_back("the time code is left out, since " + kind.ending() + " files have no place for it");
   if (output->nb_chapters > 0 && !kind.isQuickTime() && !kind.isMatroska() && !endsIn(kind.ending(), ".nut"))
     lost.push_back("the chapters are left out, since " + kind.ending() + " files have no place for them");
+  if (av_cmp_q(film->time_base, timeBase) != 0 && !isCounted(clip, timeBase))
+    lost.push_back("the pictures' own times are left out, since " + kind.ending() +
+                   " files count frames; a name ending in .mov or .mkv keeps them");
   const std::vector<IndexedFrame>& frames = clip.index->frames;
   const bool broken = std::any_of(frames.begin(), frames.end(), [&](const IndexedFrame& frame) {
     return (frame.time % timeBase.den) * 1000 * timeBase.num % timeBase.den != 0;
@@ -216,8 +251,7 @@ void MovieFile::finish() {
   remarkOnShift();
   check(av_write_trailer(output.get()));
   check(output->pb->error);
-  const int result = avio_closep(&output->pb);
-  check(result);
+  if (const int error = avio_closep(&output->pb); error < 0) FailToWrite(file.path(), AVUNERROR(error));
   file.commit();
   if (copier && copier->damagedPackets() > 0)
     lost.push_back("packets of sound or subtitles that are left out because the clip has them damaged: " +
@@ -226,11 +260,11 @@ void MovieFile::finish() {
 
 void MovieFile::check(int result) const {
   if (result >= 0) return;
-  const int code = AVUNERROR(result);
-  if (code == EPERM)  // the library's own: the file is open, so nobody forbids writing to it
-    throw Failure(file.path() + ": FFmpeg can't put this film into a " + kind.ending() +
-                  " file; choose another ending, such as .mov or .mkv, or another --codec");
-  FailToWrite(file.path(), code > 0 && code < 4096 ? code : EIO);
+  // Anything else than the disk's own troubles comes from the writer of that kind of file, whatever code it chose.
+  if (output && output->pb && output->pb->error < 0) FailToWrite(file.path(), AVUNERROR(output->pb->error));
+  if (result == AVERROR(ENOSPC) || result == AVERROR(EDQUOT)) FailToWrite(file.path(), AVUNERROR(result));
+  throw Failure(file.path() + ": FFmpeg can't put this film into a " + kind.ending() + " file (" + ErrorText(result) +
+                "); choose another ending, such as .mov or .mkv, or another --codec");
 }
 
 }  // namespace film

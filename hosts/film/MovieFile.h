@@ -57,7 +57,7 @@ class MovieFile {
   void check(int result) const;
 
  private:
-  void describe(const ChosenEncoder& encoder);
+  void describe();
   void describeTimeCode();
   void chooseTag(const ChosenEncoder& encoder);
   void remarkOnLosses(AVRational timeBase);

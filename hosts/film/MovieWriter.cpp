@@ -34,7 +34,8 @@ void MovieWriter::openEncoder(const EncoderOptions& options) {
   wish.out = file.path();
   wish.container = &file.container();
   wish.format = clip.format;
-  if (wish.format.sampleAspect.num == 0) wish.format.sampleAspect = file.pixelAspect();
+  // As players do: the container's word counts for more than the stream's.
+  if (const AVRational told = file.pixelAspect(); told.num > 0) wish.format.sampleAspect = told;
   wish.planes = clip.planes;
   wish.frameRate = clip.frameRate;
   wish.timeBase = timeBase;

@@ -61,6 +61,23 @@ void attach(AVStream& cover, const AVStream& source) {
   std::memcpy(cover.codecpar->extradata, picture.data, static_cast<size_t>(picture.size));
 }
 
+bool hasId(const AVFormatContext& file, int id) {
+  for (unsigned i = 0; i < file.nb_streams; ++i)
+    if (file.streams[i]->id == id) return true;
+  return false;
+}
+
+/// A stream's number in a transport stream: the one that it has in the clip, unless the writer needs that for a table
+/// of its own; then the first that is free.
+int idIn(const Container& container, const AVFormatContext& source, int own) {
+  constexpr int usual = 0x100, firstOfStreams = 0x20, padding = 0x1fff;
+  const int programTable = container.ending() == ".m2ts" || container.ending() == ".mts" ? 0x100 : 0x1000;
+  if (own >= firstOfStreams && own < padding && own != programTable) return own;
+  int id = usual;
+  while (id == programTable || hasId(source, id)) ++id;
+  return id;
+}
+
 }  // namespace
 
 PacketCopier::PacketCopier(const std::string& clipPath, int film) : filmIndex(film), packet(MakePacket()) {
@@ -100,7 +117,7 @@ AVStream& PacketCopier::addStreams(const Container& container, const AVCodecPara
       film = avformat_new_stream(output, nullptr);
       if (!film || avcodec_parameters_copy(film->codecpar, &filmParameters) < 0) throw std::bad_alloc();
       film->time_base = timeBase;
-      if (keepsIds(container)) film->id = stream.id;
+      if (keepsIds(container)) film->id = idIn(container, *input, stream.id);
     } else if (isCopied(stream) && !isKnown(stream)) {
       refused.push_back(describe(stream) + " is left out, since the clip holds nothing of it that can be read");
     } else if (isCopied(stream) && !addStream(stream, container, filmParameters, timeBase)) {
@@ -141,7 +158,7 @@ bool PacketCopier::addStream(const AVStream& stream, const Container& container,
   target->avg_frame_rate = draft->avg_frame_rate;
   target->sample_aspect_ratio = stream.sample_aspect_ratio;
   CopyStreamDescription(*draft, *target);
-  if (keepsIds(container)) target->id = stream.id;
+  if (keepsIds(container)) target->id = idIn(container, *input, stream.id);
   if (!isOf(*target, AVMEDIA_TYPE_ATTACHMENT))
     targets[stream.index] = {target->index, cover, delayIn(container, *target->codecpar)};
   return true;

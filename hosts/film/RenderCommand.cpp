@@ -1,7 +1,7 @@
 #include <algorithm>
-#include <cmath>
 #include <cstdio>
 
+#include "film/ClipDescription.h"
 #include "film/Commands.h"
 #include "film/HalfSize.h"
 #include "film/Interrupt.h"
@@ -18,16 +18,24 @@ struct Span {
   int first, last;
 };
 
+/// The last frame from `first` on that is shown before so many seconds are over.
+int lastWithin(double seconds, int first, const ClipContents& clip) {
+  const std::vector<IndexedFrame>& frames = clip.index->frames;
+  const AVRational timeBase{clip.identity.timeBaseNumerator, clip.identity.timeBaseDenominator};
+  const auto from = frames.begin() + first;
+  const std::int64_t end = from->time + TicksOf(seconds, timeBase);
+  const auto behind =
+      std::find_if(from + 1, frames.end(), [&](const IndexedFrame& frame) { return frame.time >= end; });
+  return static_cast<int>(behind - frames.begin()) - 1;
+}
+
 Span spanOf(const RenderOptions& render, const ClipContents& clip) {
   const int end = clip.identity.frames - 1;
   Span span{render.from.value_or(0), render.to.value_or(end)};
   if (span.first < 0 || span.first > end || span.last < 0 || span.last > end)
     throw Failure(clip.path + ": --from and --to must lie within its frames, 0 to " + std::to_string(end), kUsage);
   if (span.first > span.last) throw Failure("--from must not lie behind --to", kUsage);
-  if (render.preview) {
-    const double frames = std::clamp(previewSeconds * av_q2d(clip.frameRate), 1.0, static_cast<double>(end) + 1);
-    span.last = std::min(span.last, span.first + static_cast<int>(std::lround(frames)) - 1);
-  }
+  if (render.preview) span.last = std::min(span.last, lastWithin(previewSeconds, span.first, clip));
   return span;
 }
 

@@ -143,9 +143,31 @@ TEST(ClipContents, JoinedTransportStreamsAreUsedUpToTheJoint) {
   WriteAll(folder / "clip.ts", ReadAll(folder / "a.ts") + ReadAll(folder / "b.ts"));
   ScanOptions options{1};
   options.upToChange = true;
-  const int frames = ScanClip(folder / "clip.ts", options).identity.frames;
-  EXPECT_GE(frames, 5);  // the container takes what meets the joint for damaged
-  EXPECT_LE(frames, 7);
+  EXPECT_EQ(ScanClip(folder / "clip.ts", options).identity.frames, 7);
+}
+
+TEST(ClipContents, JoinedTransportStreamsOfOneSizeAreWhole) {
+  const TestFolder folder;
+  MakeClip(folder / "a.ts", 12, "-c:v libx264 -bf 3");
+  MakeClip(folder / "b.ts", 12, "-c:v libx264 -bf 3 -output_ts_offset 0.48");
+  WriteAll(folder / "clip.ts", ReadAll(folder / "a.ts") + ReadAll(folder / "b.ts"));
+  const ClipContents clip = ScanClip(folder / "clip.ts", ScanOptions{1});
+  EXPECT_EQ(clip.warning, "");
+  std::vector<std::uint32_t> joined, single;
+  for (const IndexedFrame& frame : clip.index->frames) joined.push_back(frame.check);
+  for (const char* name : {"a.ts", "b.ts"})
+    for (const IndexedFrame& frame : ScanClip(folder / name, ScanOptions{1}).index->frames)
+      single.push_back(frame.check);
+  EXPECT_EQ(joined, single);
+}
+
+TEST(ClipContents, ALostPieceOfATransportStreamIsNoJoint) {
+  const TestFolder folder;
+  MakeClip(folder / "clip.ts", 25, "-c:v libx264");
+  std::string bytes = ReadAll(folder / "clip.ts");
+  bytes.erase(bytes.size() / 2 / 188 * 188, 188);
+  WriteAll(folder / "clip.ts", bytes);
+  EXPECT_THAT(FailureOf(folder / "clip.ts"), HasSubstr("can't be decoded; repair"));
 }
 
 TEST(ClipContents, OneFrameIsAClip) {
@@ -168,6 +190,32 @@ TEST(ClipContents, ACutFileIsUsedUpToItsLastWholeFrame) {
   FrameSource frames(contents, 0);
   EXPECT_NE(frames.fetch(contents.identity.frames - 1), nullptr);
   EXPECT_EQ(frames.fetch(contents.identity.frames), nullptr);
+}
+
+TEST(ClipContents, WhatOutlastsTheFilmMakesItNoneThatWasCut) {
+  const TestFolder folder;
+  const std::string sound = "-f lavfi -i sine=r=44100:d=4 -c:v libx264 -preset ultrafast -c:a ";
+  MakeClip(folder / "long.mkv", 25, sound + "pcm_s16le");
+  MakeClip(folder / "long.flv", 25, sound + "aac");
+  MakeClip(folder / "long.wmv", 25, "-f lavfi -i sine=r=44100:d=4 -c:v wmv2 -c:a wmav2");
+  MakeClip(folder / "late.mkv", 25, "-c:v libx264 -preset ultrafast -output_ts_offset 5.5");
+  for (const char* name : {"long.mkv", "long.flv", "long.wmv", "late.mkv"}) {
+    const ClipContents contents = ScanClip(folder / name, ScanOptions{1});
+    EXPECT_EQ(contents.identity.frames, 25) << name;
+    EXPECT_EQ(contents.warning, "") << name;
+    EXPECT_EQ(contents.index->end, ClipEnd::Whole) << name;
+  }
+}
+
+TEST(ClipContents, ACutFileOfFilmAndSoundIsToldOfEachKind) {
+  const TestFolder folder;
+  for (const char* name : {"clip.mkv", "clip.flv", "clip.mp4"}) {
+    MakeClip(folder / name, 100,
+             "-f lavfi -i sine=r=44100:d=4 -c:v libx264 -preset ultrafast -c:a aac -movflags +faststart");
+    const std::string bytes = ReadAll(folder / name);
+    WriteAll(folder / name, bytes.substr(0, bytes.size() / 2));
+    EXPECT_THAT(ScanClip(folder / name, ScanOptions{1}).warning, HasSubstr("cut short")) << name;
+  }
 }
 
 TEST(ClipContents, ADamagedFrameInTheMiddleIsRefusedByItsNumber) {

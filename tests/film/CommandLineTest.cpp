@@ -249,7 +249,10 @@ TEST_F(CommandLineTest, WrongUsageHasItsOwnStatus) {
   expectRefusal({"analyse", clip, "--crop-equal", "on", "--crop-centre", "on"}, 2, "--crop-equal", "choose one");
   expectRefusal({"analyse", clip, "--zoom-amount", "1.5", "--zoom-type", "fit"}, 2, "--zoom-amount", "variable");
   EXPECT_EQ(run({"--help"}).status, 0);
-  EXPECT_EQ(run({"stabilize", "--help"}).status, 0);
+  const Outcome help = run({"stabilize", "--help"});
+  EXPECT_EQ(help.status, 0);
+  EXPECT_THAT(help.out, testing::HasSubstr("--fields auto|top|bottom|none "));
+  EXPECT_THAT(help.out, testing::Not(testing::HasSubstr(":{"))) << "each choice is told once";
 }
 
 TEST_F(CommandLineTest, AnEmptyValueIsNoValue) {

@@ -4,6 +4,7 @@
 
 #include "film/Clips.h"
 #include "film/Failure.h"
+#include "film/MadeClips.h"
 
 namespace film {
 namespace {
@@ -87,6 +88,61 @@ TEST(Fields, TheOrderOfAClipIsFound) {
       EXPECT_EQ(DetectFieldOrder(folder / name), order) << name;
     }
   EXPECT_THROW(DetectFieldOrder(folder / "none.mp4"), Failure);
+}
+
+/// Writes twelve frames that ffmpeg marks as "tff" or "bff".
+void MakeInterlacedClip(const std::string& path, const std::string& order, const std::string& codec) {
+  MakeClip(path, 12, "-vf setfield=" + order + ",format=yuv422p -flags +ildct+ilme -c:v " + codec);
+}
+
+/// What the stream says of itself, without a look at its frames.
+AVFieldOrder OrderInStream(const std::string& path) { return ClipReader(path, 1).stream().codecpar->field_order; }
+
+TEST(Fields, TheOrderOfOtherProgramsClipsIsFound) {
+  const TestFolder folder;
+  const struct {
+    const char *name, *codec;
+  } rows[] = {{"prores.mov", "prores_ks"}, {"v210.mov", "v210"},        {"raw.mov", "rawvideo"}, {"ffv1.mkv", "ffv1"},
+              {"huff.mkv", "ffvhuff"},     {"mpeg2.mov", "mpeg2video"}, {"x264.mkv", "libx264"}};
+  for (const auto& row : rows) {
+    MakeInterlacedClip(folder / row.name, "tff", row.codec);
+    EXPECT_EQ(OrderInStream(folder / row.name), AV_FIELD_TB) << row.name;
+    EXPECT_EQ(DetectFieldOrder(folder / row.name), AV_FIELD_TT) << row.name;
+    MakeInterlacedClip(folder / row.name, "bff", row.codec);
+    EXPECT_EQ(OrderInStream(folder / row.name), AV_FIELD_BT) << row.name;
+    EXPECT_EQ(DetectFieldOrder(folder / row.name), AV_FIELD_BB) << row.name;
+  }
+}
+
+TEST(Fields, WhatTheFramesSayWinsOverTheFile) {
+  const TestFolder folder;
+  MakeInterlacedClip(folder / "x264.mov", "bff", "libx264");
+  ASSERT_EQ(OrderInStream(folder / "x264.mov"), AV_FIELD_TT);
+  EXPECT_EQ(DetectFieldOrder(folder / "x264.mov"), AV_FIELD_BB);
+}
+
+TEST(Fields, AFewWholeFramesMayComeFirst) {
+  const TestFolder folder;
+  MakeClip(folder / "whole.h264", 3, "-vf format=yuv422p -c:v libx264 -preset ultrafast");
+  MakeInterlacedClip(folder / "fields.h264", "tff", "libx264 -preset ultrafast");
+  WriteAll(folder / "clip.h264", ReadAll(folder / "whole.h264") + ReadAll(folder / "fields.h264"));
+  ASSERT_EQ(OrderInStream(folder / "clip.h264"), AV_FIELD_PROGRESSIVE);
+  EXPECT_EQ(DetectFieldOrder(folder / "clip.h264"), AV_FIELD_TT);
+}
+
+TEST(Fields, FramesThatSayNothingAreAsTheFileSays) {
+  const TestFolder folder;
+  MakeClip(folder / "whole.mov", 3, "-c:v mjpeg");
+  EXPECT_EQ(DetectFieldOrder(folder / "whole.mov"), AV_FIELD_PROGRESSIVE);
+  MakeInterlacedClip(folder / "fields.mov", "bff", "mjpeg -pix_fmt yuvj422p");
+  EXPECT_EQ(DetectFieldOrder(folder / "fields.mov"), AV_FIELD_BB);
+}
+
+TEST(Fields, PicturesThatAreSingleFieldsAreWholeFrames) {
+  const TestFolder folder;
+  MakeClip(folder / "fields.mp4", 4, "-c:v libx265 -preset ultrafast -x265-params interlace=1:log-level=none", "64x64");
+  EXPECT_EQ(DetectFieldOrder(folder / "fields.mp4"), AV_FIELD_PROGRESSIVE);
+  EXPECT_EQ(OrderInStream(folder / "fields.mp4"), AV_FIELD_TB);
 }
 
 }  // namespace

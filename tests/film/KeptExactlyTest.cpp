@@ -8,6 +8,7 @@
 
 #include "film/CommandLineFixture.h"
 #include "film/FramePlanes.h"
+#include "film/MadeClips.h"
 
 namespace film {
 namespace {
@@ -36,9 +37,11 @@ std::vector<std::string> CodesOf(const std::string& path) {
 }
 
 /// A clip of FFV1 in which every frame is the same noise, so that nothing moves and every code occurs somewhere.
-void WriteStillNoise(const std::string& path, AVPixelFormat pixelFormat, bool fullRange) {
+void WriteStillNoise(const std::string& path, AVPixelFormat pixelFormat, bool fullRange,
+                     AVFieldOrder order = AV_FIELD_PROGRESSIVE) {
   ClipContents contents = TestContents(192, 144, pixelFormat);
   contents.format.range = fullRange ? AVCOL_RANGE_JPEG : AVCOL_RANGE_MPEG;
+  contents.format.fieldOrder = order;
   contents.planes = *PlaneFormatOf(contents.format);
   contents.identity.timeBaseDenominator = 1000;
   EncoderOptions options;
@@ -75,6 +78,24 @@ TEST_F(KeptExactly, AFrameThatIsNotMovedKeepsItsCodes) {
       ASSERT_EQ(before.size(), 3u);
       EXPECT_TRUE(CodesOf(same) == before) << av_get_pix_fmt_name(format) << fullRange;
       EXPECT_EQ(ScanClip(same, {.threads = 1}).format.pixelFormat, format);
+    }
+}
+
+TEST_F(KeptExactly, AnInterlacedFrameThatIsNotMovedKeepsItsLumaCodes) {
+  const std::string still = folder / "still.mkv", same = folder / "same.mkv";
+  for (AVPixelFormat format : {AV_PIX_FMT_YUV420P, AV_PIX_FMT_YUV422P10})
+    for (AVFieldOrder order : {AV_FIELD_TT, AV_FIELD_BB}) {
+      WriteStillNoise(still, format, false, order);
+      const Outcome outcome = run({"stabilise", still, "-o", same, "--quiet", "--force", "--again", "--global-mode",
+                                   "none", "--events", "none", "--rendering", "natural"});
+      ASSERT_EQ(outcome.status, 0) << outcome.err;
+      const std::vector<std::string> before = CodesOf(still), after = CodesOf(same);
+      ASSERT_EQ(before.size(), 3u);
+      ASSERT_EQ(after.size(), 3u);
+      const size_t luma = size_t{192} * 144 * (format == AV_PIX_FMT_YUV420P ? 1 : 2);
+      for (size_t n = 0; n < 3; ++n)
+        EXPECT_TRUE(after[n].substr(0, luma) == before[n].substr(0, luma)) << av_get_pix_fmt_name(format) << order;
+      EXPECT_EQ(ScanClip(same, {.threads = 1}).format.fieldOrder, order);
     }
 }
 
@@ -130,6 +151,66 @@ TEST_F(KeptExactly, TheFirstTimeStampStays) {
   }
 }
 
+TEST_F(KeptExactly, EncodersThatCountFramesLeaveTheTimesAlone) {
+  MakeClip(folder / "vfr.mp4", 12,
+           "-vf settb=1/600,setpts='24*N+12*mod(N\\,3)' -fps_mode passthrough -enc_time_base 1/600 "
+           "-video_track_timescale 600 -c:v libx264 -bf 2");
+  const struct { const char *codec, *name; } rows[] = {{"mpeg4", "out.mp4"}, {"mpeg2", "out.mov"}};
+  for (const auto& row : rows) {
+    ASSERT_EQ(run({"stabilise", folder / "vfr.mp4", "-o", folder / row.name, "--quiet", "--codec", row.codec}).status,
+              0);
+    const ClipContents contents = ScanClip(folder / row.name, {.threads = 1});
+    ASSERT_EQ(contents.identity.frames, 12);
+    const AVRational timeBase{contents.identity.timeBaseNumerator, contents.identity.timeBaseDenominator};
+    for (int n = 0; n < 12; ++n)
+      EXPECT_EQ(av_rescale_q(contents.index->frames[n].time, timeBase, {1, 600}), 24 * n + 12 * (n % 3)) << row.codec;
+  }
+}
+
+TEST_F(KeptExactly, FilesThatBeginAtZeroShowTheFirstPictureThen) {
+  MakeClip(folder / "film.mp4", 12, "-c:v libx264 -bf 3");
+  for (const char* name : {"out.flv", "out.nut"}) {
+    ASSERT_EQ(run({"stabilise", folder / "film.mp4", "-o", folder / name, "--quiet"}).status, 0);
+    EXPECT_EQ(ScanClip(folder / name, {.threads = 1}).firstTime, 0) << name;
+  }
+}
+
+TEST_F(KeptExactly, FilesThatCountFramesSayWhenThatIsNotTheClips) {
+  MakeClip(folder / "vfr.mp4", 12,
+           "-vf settb=1/600,setpts='24*N+120*gt(N\\,6)' -fps_mode passthrough -enc_time_base 1/600 "
+           "-video_track_timescale 600 -c:v libx264 -preset ultrafast");
+  const std::string words = "the pictures' own times are left out, since .mxf files count frames";
+  Outcome outcome = run({"stabilise", folder / "vfr.mp4", "-o", folder / "vfr.mxf", "--quiet"});
+  ASSERT_EQ(outcome.status, 0) << outcome.err;
+  EXPECT_THAT(outcome.err, testing::HasSubstr(words));
+  outcome = run({"stabilise", clip, "-o", folder / "even.mxf", "--quiet"});
+  ASSERT_EQ(outcome.status, 0) << outcome.err;
+  EXPECT_THAT(outcome.err, testing::Not(testing::HasSubstr(words)));
+  EXPECT_EQ(framesOf(folder / "even.mxf").size(), clipFrames);
+}
+
+TEST_F(KeptExactly, ThePixelsHaveTheShapeThatTheFileSays) {
+  MakeClip(folder / "square.mp4", 3, "-vf setsar=1 -c:v libx264 -preset ultrafast");
+  for (const char* name : {"wide.mp4", "wide.mkv"}) {
+    const std::string wide = folder / name, copy = folder / ("copy-" + std::string(name));
+    RunFfmpeg("-i '" + folder / "square.mp4" + "' -c copy -aspect 16:9 '" + wide + "'");
+    ASSERT_EQ(av_cmp_q(ScanClip(wide, {.threads = 1}).format.sampleAspect, {1, 1}), 0) << "of the stream";
+    ASSERT_EQ(run({"stabilise", wide, "-o", copy, "--quiet"}).status, 0);
+    ClipReader reader(copy, 1);
+    EXPECT_EQ(av_cmp_q(av_guess_sample_aspect_ratio(nullptr, &reader.stream(), nullptr), {4, 3}), 0) << name;
+    CodedFrame frame;
+    ASSERT_TRUE(reader.next(&frame));
+    EXPECT_EQ(av_cmp_q(frame.frame->sample_aspect_ratio, {4, 3}), 0) << name;
+  }
+}
+
+TEST_F(KeptExactly, ThatPicturesWereSingleFieldsIsToldAsLost) {
+  MakeClip(folder / "fields.mp4", 4, "-c:v libx265 -preset ultrafast -x265-params interlace=1:log-level=none", "64x64");
+  const Outcome outcome = run({"stabilise", folder / "fields.mp4", "-o", out, "--quiet"});
+  ASSERT_EQ(outcome.status, 0) << outcome.err;
+  EXPECT_THAT(outcome.err, testing::HasSubstr("that each of its pictures is one field is left out"));
+}
+
 TEST_F(KeptExactly, NaturalsEmptyAreaIsTransparentWithAlpha) {
   ASSERT_EQ(run({"stabilise", clip, "-o", folder / "alpha.mkv", "--quiet", "--codec", "ffv1", "--alpha",
                  "--global-mode", "cancel", "--rendering", "natural"})
@@ -168,6 +249,75 @@ std::map<int, std::vector<std::string>> PacketsBesideTheFilm(const std::string& 
     av_packet_unref(packet.get());
   }
   return packets;
+}
+
+constexpr std::uint32_t sensorTag = MKTAG('g', 'p', 'm', 'd');
+
+/// The packets of the stream in which cameras note what their sensors say, with the seconds at which they begin.
+std::vector<std::string> SensorPackets(const std::string& path) {
+  AVFormatContext* opened = nullptr;
+  EXPECT_GE(avformat_open_input(&opened, path.c_str(), nullptr, nullptr), 0);
+  const InputFile input(opened);
+  const Packet packet = MakePacket();
+  std::vector<std::string> packets;
+  while (av_read_frame(opened, packet.get()) >= 0) {
+    const AVStream& stream = *opened->streams[packet->stream_index];
+    if (stream.codecpar->codec_type == AVMEDIA_TYPE_DATA && stream.codecpar->codec_tag == sensorTag)
+      packets.push_back(std::string(reinterpret_cast<const char*>(packet->data), packet->size) + " at " +
+                        std::to_string(static_cast<double>(packet->pts) * av_q2d(stream.time_base)));
+    av_packet_unref(packet.get());
+  }
+  return packets;
+}
+
+/// The clip's packets with a sensor's beside them, in a QuickTime file.
+void AddSensor(const std::string& clip, const std::string& path) {
+  AVFormatContext* opened = nullptr;
+  ASSERT_GE(avformat_open_input(&opened, clip.c_str(), nullptr, nullptr), 0);
+  const InputFile input(opened);
+  AVFormatContext* output = nullptr;
+  ASSERT_GE(avformat_alloc_output_context2(&output, nullptr, "mov", path.c_str()), 0);
+  for (unsigned i = 0; i < input->nb_streams; ++i) {
+    AVStream* stream = avformat_new_stream(output, nullptr);
+    avcodec_parameters_copy(stream->codecpar, input->streams[i]->codecpar);
+    stream->codecpar->codec_tag = 0;
+    stream->time_base = input->streams[i]->time_base;
+  }
+  AVStream* sensor = avformat_new_stream(output, nullptr);
+  sensor->codecpar->codec_type = AVMEDIA_TYPE_DATA;
+  sensor->codecpar->codec_id = AV_CODEC_ID_BIN_DATA;
+  sensor->codecpar->codec_tag = sensorTag;
+  sensor->time_base = {1, 1000};
+  ASSERT_GE(avio_open(&output->pb, path.c_str(), AVIO_FLAG_WRITE), 0);
+  ASSERT_GE(avformat_write_header(output, nullptr), 0);
+  const Packet packet = MakePacket();
+  for (const int number : {0, 1, 2}) {
+    const std::string note = "turned by " + std::to_string(7 * number);
+    ASSERT_GE(av_new_packet(packet.get(), static_cast<int>(note.size())), 0);
+    std::copy(note.begin(), note.end(), packet->data);
+    packet->pts = packet->dts = av_rescale_q(100 * number, {1, 1000}, sensor->time_base);
+    packet->duration = av_rescale_q(100, {1, 1000}, sensor->time_base);
+    packet->stream_index = sensor->index;
+    ASSERT_GE(av_interleaved_write_frame(output, packet.get()), 0);
+  }
+  while (av_read_frame(input.get(), packet.get()) >= 0) {
+    const int stream = packet->stream_index;
+    av_packet_rescale_ts(packet.get(), input->streams[stream]->time_base, output->streams[stream]->time_base);
+    ASSERT_GE(av_interleaved_write_frame(output, packet.get()), 0);
+  }
+  ASSERT_GE(av_write_trailer(output), 0);
+  avio_closep(&output->pb);
+  avformat_free_context(output);
+}
+
+TEST_F(KeptExactly, WhatASensorSaidComesBack) {
+  const std::string film = folder / "film.mov", steady = folder / "steady.mov";
+  AddSensor(clip, film);
+  const std::vector<std::string> notes = SensorPackets(film);
+  EXPECT_EQ(notes, (std::vector<std::string>{"turned by 0 at 0.000000", "turned by 7 at 0.100000",
+                                             "turned by 14 at 0.200000"}));
+  ASSERT_EQ(run({"stabilise", film, "-o", steady, "--quiet", "--preset", "ultrafast"}).status, 0);
+  EXPECT_EQ(SensorPackets(steady), notes);
 }
 
 /// What a file tells of itself and its streams, one fact a line.

@@ -106,6 +106,38 @@ TEST(MovieWriter, DepthAndChromaStay) {
   }
 }
 
+TEST(MovieWriter, WhereTheChromaLiesStays) {
+  const TestFolder folder;
+  for (AVChromaLocation siting : {AVCHROMA_LOC_LEFT, AVCHROMA_LOC_CENTER, AVCHROMA_LOC_TOPLEFT}) {
+    ClipContents contents = TestContents(64, 48);
+    contents.format.siting = siting;
+    contents.planes = *PlaneFormatOf(contents.format);
+    EncoderOptions options;
+    options.preset = "ultrafast";
+    MovieWriter movie(folder / "clip.mp4", contents, MovieSpan{}, options);
+    PicturePool pool(64, 48);
+    movie.write(TestPicture(pool, 0));
+    movie.finish();
+    EXPECT_EQ(ScanClip(folder / "clip.mp4", {.threads = 1}).format.siting, siting);
+  }
+}
+
+TEST(MovieWriter, TheFileTellsTheOrderOfTheFields) {
+  const TestFolder folder;
+  for (AVFieldOrder order : {AV_FIELD_TT, AV_FIELD_BB, AV_FIELD_PROGRESSIVE}) {
+    ClipContents contents = TestContents(64, 48, AV_PIX_FMT_YUV422P10);
+    contents.format.fieldOrder = order;
+    contents.planes = *PlaneFormatOf(contents.format);
+    EncoderOptions options;
+    options.codec = "prores";
+    MovieWriter movie(folder / "clip.mov", contents, MovieSpan{}, options);
+    PicturePool pool(64, 48);
+    movie.write(TestPicture(pool, 0));
+    movie.finish();
+    EXPECT_EQ(ClipReader(folder / "clip.mov", 1).stream().codecpar->field_order, order);
+  }
+}
+
 TEST(MovieWriter, GreyIsWritten) {
   const TestFolder folder;
   WriteTestClip(folder / "clip.mp4", 3, 64, 48, 10, AV_PIX_FMT_GRAY8);

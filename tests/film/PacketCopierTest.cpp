@@ -1,6 +1,9 @@
 #include "film/PacketCopier.h"
 
+#include <set>
+
 #include "film/CommandLineFixture.h"
+#include "film/MadeClips.h"
 
 namespace film {
 namespace {
@@ -80,6 +83,43 @@ TEST_F(PacketCopierTest, DamagedPacketsOfSoundAreLeftOut) {
   EXPECT_EQ(outcome.status, 0);
   EXPECT_THAT(outcome.err, testing::HasSubstr("because the clip has them damaged: "));
   EXPECT_EQ(framesOf(out).size(), clipFrames);
+}
+
+TEST_F(PacketCopierTest, NumbersOfStreamsStayUnlessTheWriterNeedsThem) {
+  WriteTransportStream(folder / "usual.ts");  // numbered from 0x100 on, which is a Blu-ray file's own
+  RunFfmpeg("-i '" + folder / "usual.ts" + "' -c copy -mpegts_pmt_start_pid 0x1010 -mpegts_start_pid 0x1000 '" +
+            folder / "other.ts" + "'");  // and 0x1000 is any other transport stream's
+  const struct {
+    const char *from, *to;
+    std::set<int> streams;
+  } rows[] = {{"usual.ts", "same.ts", {0x100, 0x101}},
+              {"usual.ts", "disc.m2ts", {0x101, 0x102}},
+              {"usual.ts", "camera.mts", {0x101, 0x102}},
+              {"other.ts", "moved.ts", {0x100, 0x1001}}};
+  for (const auto& row : rows) {
+    const std::string from = folder / row.from, to = folder / row.to;
+    const Outcome outcome = run({"stabilise", from, "-o", to, "--quiet"});
+    ASSERT_EQ(outcome.status, 0) << row.to << outcome.err;
+    AVFormatContext* opened = nullptr;
+    ASSERT_GE(avformat_open_input(&opened, to.c_str(), nullptr, nullptr), 0);
+    const InputFile input(opened);
+    std::set<int> found;
+    for (unsigned i = 0; i < input->nb_streams; ++i) found.insert(input->streams[i]->id);
+    EXPECT_EQ(found, row.streams) << row.to;
+    EXPECT_EQ(framesOf(to).size(), clipFrames) << row.to;
+  }
+}
+
+TEST_F(PacketCopierTest, BluRayFilesPutATimeInFrontOfEachCell) {
+  constexpr char sync = 0x47;
+  WriteTransportStream(folder / "clip.ts");
+  for (const char* name : {"out.ts", "out.m2ts", "out.mts"}) {
+    ASSERT_EQ(run({"stabilise", folder / "clip.ts", "-o", folder / name, "--quiet"}).status, 0);
+    const std::string bytes = ReadAll(folder / name);
+    const size_t time = name == std::string("out.ts") ? 0 : 4;
+    ASSERT_GT(bytes.size(), 20 * (time + cell));
+    for (size_t number = 0; number < 20; ++number) EXPECT_EQ(bytes[number * (time + cell) + time], sync) << name;
+  }
 }
 
 }  // namespace

@@ -5,6 +5,7 @@
 
 #include "analysis/HomographySet.h"
 #include "film/CommandLineFixture.h"
+#include "film/MadeClips.h"
 
 namespace film {
 namespace {
@@ -180,6 +181,16 @@ TEST_F(PlanCommandTest, APreviewIsHalfAsLargeAndTenSecondsLong) {
                 .status,
             0);
   EXPECT_EQ(ScanClip(out).identity.frames, 21);
+}
+
+TEST_F(PlanCommandTest, ThePreviewOfAVariableRateLastsTenSecondsToo) {
+  // Ten frames a second for five seconds, then two.
+  MakeClip(folder / "slow.mp4", 80,
+           "-vf \"settb=1/600,setpts='if(lt(N,50),60*N,3000+300*(N-50))'\" -fps_mode passthrough -enc_time_base 1/600 "
+           "-video_track_timescale 600 -c:v libx264 -preset ultrafast");
+  ASSERT_EQ(run({"stabilise", folder / "slow.mp4", "-o", out, "--preview", "--preset", "ultrafast", "--quiet"}).status,
+            0);
+  EXPECT_EQ(ScanClip(out).identity.frames, 50 + 10);
 }
 
 TEST_F(PlanCommandTest, ACropThatCantBeFoundIsTold) {
