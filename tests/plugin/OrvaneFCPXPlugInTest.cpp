@@ -544,6 +544,30 @@ TEST_F(Effect, CancelledFieldsEndTheRangeAtATimeInFrames) {
   EXPECT_EQ(motion->range.data[0].last, 3) << "the time at which it went on, in frames";
 }
 
+TEST_F(Effect, FieldsAreFilledFromTheMomentsOfFields) {
+  host.duration = 5;
+  host.draw = [](double time) {
+    auto image = SceneShiftedBy(9 * time, 0);
+    image->fieldInHand = time == std::floor(time) ? 1 : 2;
+    return image;
+  };
+  Render(0);
+  ASSERT_TRUE(Analyse());
+  Change(kGlobalMode, 2);
+  Change(kRenderingType, 3);
+  for (const double time : {2.0, 2.5}) {
+    host.requests.clear();
+    Render(time);
+    ASSERT_FALSE(host.requests.empty()) << time;
+    bool betweenFrames = false;
+    for (const auto& [asked, info] : host.requests) {
+      EXPECT_LE(asked, host.duration) << "the clip's length is in frames";
+      betweenFrames |= asked != std::floor(asked);
+    }
+    EXPECT_TRUE(betweenFrames) << time;
+  }
+}
+
 /// Renders field 1 at a time before the analysis.
 class LearntFieldOrder : public Effect {
  protected:
