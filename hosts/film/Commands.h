@@ -44,6 +44,9 @@ ExitStatus Show(const SessionOptions& options, bool json);
 ExitStatus Plan(const SessionOptions& options, bool json);
 /// Writes a film of two clips for comparing them.
 ExitStatus Compare(const CompareOptions& options, const RenderOptions& render, ProgressStyle style);
+/// Writes a film of the clip as filmed with what the analysis saw and what the plan does drawn on it. Settings that are
+/// given are tried and not kept.
+ExitStatus Overlay(const SessionOptions& options, const RenderOptions& render);
 /// Lists the built-in presets, or writes a clip's settings as one.
 ExitStatus Presets(const PresetsOptions& options);
 /// Takes over a project of the standalone application, a folder, in place of an analysis.

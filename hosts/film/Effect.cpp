@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cmath>
 
+#include "analysis/TrackerEstimator.h"
 #include "film/Failure.h"
 #include "planning/MotionProcessorFCPX.h"
 #include "plugin/SerialisedEvents.h"
@@ -93,8 +94,18 @@ void Effect::storeEvents() {
   store.setCustomParameterValue(events, kEventsStorage);
 }
 
-bool Effect::analyse(const std::function<void(int frames)>& progress, const std::function<bool()>& cancelled) {
+void Effect::watch(const AnalysisWatcher& watcher) {
+  if (!watcher) return;
+  host.watchSource([this, watcher](double time, const SharedPicture& picture) {
+    const int number = static_cast<int>(interlaced() ? std::lround(2 * time) : std::lround(time));
+    if (number < pictureCount()) watcher(number, picture, *effect->ObjC_TRKME);
+  });
+}
+
+bool Effect::analyse(const std::function<void(int frames)>& progress, const std::function<bool()>& cancelled,
+                     const AnalysisWatcher& watcher) {
   showFirstFrame();
+  watch(watcher);
   const auto lastStored = [this] { return store.find(kAGCStorage)->custom.get(); };
   const std::shared_ptr<const KeyedCodable> before = store.find(kAGCStorage)->custom;
   platform.setProgressSink(
@@ -109,6 +120,8 @@ bool Effect::analyse(const std::function<void(int frames)>& progress, const std:
     return lastStored() != before.get();
   });
   platform.setProgressSink(nullptr);
+  host.tellWatcher();
+  host.watchSource(nullptr);
   host.rethrowTrouble();
   return !pressed;
 }

@@ -22,6 +22,11 @@ struct ProjectImport {
   std::string text;             ///< what the alert says to the user
 };
 
+/// Looks on while a clip is analysed: gets each picture in turn, on the analysis' thread, with the analysis as it
+/// stands behind it. `number`: of the frame, or of the field in an interlaced clip, whose `picture` is the frame with
+/// both. What it throws ends the analysis.
+using AnalysisWatcher = std::function<void(int number, const SharedPicture& picture, const TrackerEstimator& analysis)>;
+
 /// The effect applied to a clip, with what a host's user does to it.
 class Effect {
  public:
@@ -47,7 +52,8 @@ class Effect {
   /// Shows the first frame, from which the effect learns whether the clip is made of fields, presses the analysis
   /// button and waits. `progress` gets the number of frames done. `cancelled` is asked all the
   /// time; true presses the cancel button. Returns whether the pass went through.
-  bool analyse(const std::function<void(int frames)>& progress, const std::function<bool()>& cancelled);
+  bool analyse(const std::function<void(int frames)>& progress, const std::function<bool()>& cancelled,
+               const AnalysisWatcher& watcher = nullptr);
 
   /// Presses the import button and chooses `package`. Nothing if no user could choose such an item.
   std::optional<ProjectImport> importProject(const std::string& package);
@@ -66,6 +72,7 @@ class Effect {
   int pictureCount() const { return interlaced() ? 2 * frameCount() : frameCount(); }
   SharedPicture renderAt(double time, const SharedPicture& input);
   void storeEvents();
+  void watch(const AnalysisWatcher& watcher);
 
   FrameSource& source;
   TerminalPlatform& platform;

@@ -60,6 +60,23 @@ void FilmHost::rethrowTrouble() {
   if (trouble) std::rethrow_exception(std::exchange(trouble, nullptr));
 }
 
+void FilmHost::watchSource(Watcher sourceWatcher) {
+  watcher = std::move(sourceWatcher);
+  watched = nullptr;
+}
+
+bool FilmHost::tellWatcher() {
+  if (!watcher || !watched) return true;
+  try {
+    watcher(watchedTime, std::exchange(watched, nullptr));
+    return true;
+  } catch (...) {
+    const std::lock_guard<std::mutex> guard(lock);
+    trouble = std::current_exception();
+    return false;
+  }
+}
+
 SharedPicture FilmHost::picture(int number) {
   const std::lock_guard<std::mutex> guard(lock);
   try {
@@ -106,8 +123,12 @@ SharedPicture FilmHost::develop(double time, const CodedFrame& coded) {
 
 bool FilmHost::getSourceBitmap(std::unique_ptr<FxImage>* bitmap, const FxRenderInfo&, double atTime) {
   bitmap->reset();
-  if (!hasTime(atTime)) return false;
+  if (!tellWatcher() || !hasTime(atTime)) return false;
   SharedPicture found = picture(frameAt(atTime));
+  if (watcher) {
+    watched = found;
+    watchedTime = atTime;
+  }
   if (atTime >= frameCount()) found = moment(atTime, found);
   if (found)
     *bitmap = std::make_unique<FilmImage>(std::move(found), HostFieldAt(source.contents().format.fieldOrder, atTime));

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <exception>
+#include <functional>
 #include <memory>
 #include <mutex>
 
@@ -88,6 +89,14 @@ class FilmHost : public FxAPIManager,
   /// Why a frame couldn't be given, if that was more than a number that the clip hasn't; thrown and forgotten.
   void rethrowTrouble();
 
+  /// Watches an analysis, which asks for its pictures one after another: `watcher` gets the picture that was asked for
+  /// last, with its time, when the effect asks for another one, and so is done with it. It is called on the analysis'
+  /// thread. What it throws ends the analysis, and comes out of `rethrowTrouble`. Null ends the watching.
+  using Watcher = std::function<void(double time, const SharedPicture& picture)>;
+  void watchSource(Watcher sourceWatcher);
+  /// Hands the last picture over, after an analysis. False if the watcher failed.
+  bool tellWatcher();
+
   void startTimeForEffect(double* time) override { *time = 0.0; }
   void durationForEffect(double* time) override { *time = interlaced() ? frameCount() : frameCount() - 1; }
   double currentTime() override { return 0.0; }
@@ -114,7 +123,10 @@ class FilmHost : public FxAPIManager,
   ParameterStore& store;
   PicturePool moments;
   RecentPictures recentMoments;  // by field
-  std::mutex lock;               // over the frame source and `trouble`
+  Watcher watcher;
+  SharedPicture watched;  // not yet told
+  double watchedTime = 0.0;
+  std::mutex lock;  // over the frame source and `trouble`
   std::exception_ptr trouble;
 };
 

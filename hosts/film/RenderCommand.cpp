@@ -1,4 +1,3 @@
-#include <algorithm>
 #include <cstdio>
 
 #include "film/ClipDescription.h"
@@ -8,74 +7,19 @@
 #include "film/OutputFile.h"
 #include "film/RunFiles.h"
 #include "film/Summary.h"
+#include "film/WrittenSpan.h"
 
 namespace film {
 namespace {
 
-constexpr double previewSeconds = 10.0;
-
-struct Span {
-  int first, last;
-};
-
-/// The last frame from `first` on that is shown before so many seconds are over.
-int lastWithin(double seconds, int first, const ClipContents& clip) {
-  const std::vector<IndexedFrame>& frames = clip.index->frames;
-  const AVRational timeBase{clip.identity.timeBaseNumerator, clip.identity.timeBaseDenominator};
-  const auto from = frames.begin() + first;
-  const std::int64_t end = from->time + TicksOf(seconds, timeBase);
-  const auto behind =
-      std::find_if(from + 1, frames.end(), [&](const IndexedFrame& frame) { return frame.time >= end; });
-  return static_cast<int>(behind - frames.begin()) - 1;
-}
-
-Span spanOf(const RenderOptions& render, const ClipContents& clip) {
-  const int end = clip.identity.frames - 1;
-  Span span{render.from.value_or(0), render.to.value_or(end)};
-  if (span.first < 0 || span.first > end || span.last < 0 || span.last > end)
-    throw Failure(clip.path + ": --from and --to must lie within its frames, 0 to " + std::to_string(end), kUsage);
-  if (span.first > span.last) throw Failure("--from must not lie behind --to", kUsage);
-  if (render.preview) span.last = std::min(span.last, lastWithin(previewSeconds, span.first, clip));
-  return span;
-}
-
-/// What the pictures that are written are like.
-ClipContents writtenContents(const RenderOptions& render, const ClipContents& clip) {
-  return render.preview ? HalfSized(clip) : clip;
-}
-
-/// When a frame of the clip is shown no more.
-std::int64_t endOf(const IndexedFrame& frame, const ClipContents& clip) {
-  const AVRational timeBase{clip.identity.timeBaseNumerator, clip.identity.timeBaseDenominator};
-  return frame.time + (frame.duration > 0 ? frame.duration : av_rescale_q(1, av_inv_q(clip.frameRate), timeBase));
-}
-
-MovieSpan movieSpan(const Span& span, const ClipContents& clip) {
-  const std::vector<IndexedFrame>& frames = clip.index->frames;
-  MovieSpan movie;
-  movie.firstTime = frames[span.first].time;
-  movie.whole = span.first == 0 && span.last == clip.identity.frames - 1;
-  // Behind a change the file's sound goes on, to pictures that aren't there.
-  if (!movie.whole || clip.index->end == ClipEnd::Change) movie.end = endOf(frames[span.last], clip);
-  return movie;
-}
-
-/// Prints the notes about a movie from the one at `first`; how many there are.
-size_t tellNotes(const MovieWriter& movie, const std::string& out, size_t first) {
-  for (size_t i = first; i < movie.notes().size(); ++i)
-    std::fprintf(stderr, "orvane: %s\n", OnOneLine(out + ": " + movie.notes()[i]).c_str());
-  return movie.notes().size();
-}
-
 /// Renders a span of frames into a file; the frames a second, or nothing when the user cancelled.
 std::optional<double> renderSpan(Session& session, const RenderOptions& render, const Span& span) {
-  Progress progress(session.progressStyle(), ProgressStream(session.progressStyle()), "Rendering",
-                    span.last - span.first + 1);
+  Progress progress(session.progressStyle(), ProgressStream(session.progressStyle()), "Rendering", span.count());
   SharedPicture picture = session.effect().render(span.first);
-  const ClipContents written = writtenContents(render, session.contents());
-  MovieWriter movie(render.out, written, movieSpan(span, written), render.encoder);
+  const ClipContents written = WrittenContents(render, session.contents());
+  MovieWriter movie(render.out, written, MovieSpanOf(span, written), render.encoder);
   PicturePool smaller(written.format.width, written.format.height);
-  const size_t told = tellNotes(movie, render.out, 0);
+  const size_t told = TellNotes(movie, render.out, 0);
   for (int number = span.first; number <= span.last; ++number) {
     if (Interrupted()) return std::nullopt;
     if (!picture) picture = session.effect().render(number);
@@ -90,7 +34,7 @@ std::optional<double> renderSpan(Session& session, const RenderOptions& render, 
   }
   movie.finish();
   progress.finish();
-  tellNotes(movie, render.out, told);
+  TellNotes(movie, render.out, told);
   return progress.rate();
 }
 
@@ -109,7 +53,7 @@ ExitStatus renderAndTell(Session& session, const RenderOptions& render, const Sp
                          const std::vector<Warning>& warnings) {
   const std::optional<double> rate = renderSpan(session, render, span);
   if (!rate) return Cancelled("nothing was written to " + render.out);
-  PrintSummary(session, render.out, span.last - span.first + 1, *rate, warnings);
+  PrintSummary(session, render.out, span.count(), *rate, warnings);
   return kDone;
 }
 
@@ -120,7 +64,7 @@ ExitStatus Render(const SessionOptions& options, const RenderOptions& render) {
   const OutputFile trial(render.out);  // a folder that can't be written to is told at once
   Session session(options);
   session.requireAnalysis();
-  const Span span = spanOf(render, session.contents());
+  const Span span = SpanOf(render, session.contents());
   session.applySettings();
   if (session.needsAnalysis())
     std::fprintf(stderr,
@@ -135,11 +79,11 @@ ExitStatus Stabilise(const SessionOptions& options, const RenderOptions& render)
   CheckOutput(render.out, render.force);
   const OutputFile trial(render.out);
   Session session(options);
-  const Span span = spanOf(render, session.contents());
+  const Span span = SpanOf(render, session.contents());
   if (session.needsAnalysis()) {
     session.checkDocumentCanBeWritten();
     // What couldn't be encoded is told now and not after the analysis.
-    const MovieWriter trialMovie(render.out, writtenContents(render, session.contents()), MovieSpan{}, render.encoder);
+    const MovieWriter trialMovie(render.out, WrittenContents(render, session.contents()), MovieSpan{}, render.encoder);
   }
   session.applySettings();
   std::vector<Warning> warnings;

@@ -10,6 +10,7 @@
 #include "film/OutputFile.h"
 #include "film/ZoomLimit.h"
 #include "numerics/Parallel.h"
+#include "planning/MotionProcessorFCPX.h"
 #include "rendering/OutputRenderer.h"
 
 namespace film {
@@ -153,7 +154,7 @@ void Session::findSmoothing() {
   }
 }
 
-std::optional<double> Session::analyse() {
+std::optional<double> Session::analyse(const AnalysisWatcher& watcher) {
   Progress progress(options.progress, options.progress == ProgressStyle::Json ? stdout : stderr, "Analysing",
                     contents().identity.frames);
   const auto rendering = [this] { return static_cast<int>(current->parameters().find(kRenderingType)->value); };
@@ -161,7 +162,7 @@ std::optional<double> Session::analyse() {
   const Stored before{current->parameters().numbers(), current->parameters().archives(), current->analysedFrames()};
   bool whole = false;
   try {
-    whole = current->analyse([&](int frames) { progress.update(frames); }, Interrupted);
+    whole = current->analyse([&](int frames) { progress.update(frames); }, Interrupted, watcher);
   } catch (...) {
     keep(before);
     throw;
@@ -176,6 +177,15 @@ std::optional<double> Session::analyse() {
   options.again = false;
   otherFields.clear();
   return whole ? std::optional<double>(progress.rate()) : std::nullopt;
+}
+
+bool Session::watchAnalysis(const std::function<void(int frames)>& progress, const std::function<bool()>& cancelled,
+                            const AnalysisWatcher& watcher) {
+  Effect passing(*source, platform);
+  passing.parameters().setNumbers(current->parameters().numbers());
+  // What is planned at the end of the pass is nobody's business: in this mode a plan without a crop is no news.
+  passing.parameters().setNumber(kGlobalMode, GlobalCancel);
+  return passing.analyse(progress, cancelled, watcher);
 }
 
 // A pass that didn't get to its end may cost nothing: of its motion and that of before the longer one stays.

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <functional>
 #include <memory>
 #include <nlohmann/json.hpp>
 #include <optional>
@@ -63,7 +64,12 @@ class Session {
   /// Analyses the clip and saves the document, of a cancelled pass too unless the analysis of before covers more. The
   /// frames a second, or nothing when it was cancelled. The effect is then as after opening the document anew, so that
   /// a later run renders the same frames.
-  std::optional<double> analyse();
+  std::optional<double> analyse(const AnalysisWatcher& watcher = nullptr);
+
+  /// Analyses the clip anew for the watcher's sake alone, with the settings in hand; nothing of it is kept. `progress`
+  /// and `cancelled` are as for `Effect::analyse`. Returns whether the pass went through.
+  bool watchAnalysis(const std::function<void(int frames)>& progress, const std::function<bool()>& cancelled,
+                     const AnalysisWatcher& watcher);
 
   /// Takes over a project of the standalone application and saves the document with what came of it, of a bad import
   /// too. Nothing if `package` isn't named like one. The effect is then as after opening the document anew.

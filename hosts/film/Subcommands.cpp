@@ -104,6 +104,16 @@ void addCompare(CLI::App* app, Arguments* arguments) {
   });
 }
 
+void addOverlay(CLI::App* app, Arguments* arguments) {
+  CLI::App* command = app->add_subcommand(
+      "overlay",
+      "write the clip as filmed with features, crop, holds and moves and the camera's path drawn on it, to see why it "
+      "comes out as it does. Analyses first unless that was done. Settings that are given here are tried and not kept");
+  addFilmOptions(command, arguments);
+  AddAnalysisOptions(command, arguments);
+  runOnEach(command, arguments, true, [=] { return Overlay(arguments->session, arguments->render); });
+}
+
 void addPresets(CLI::App* app, Arguments* arguments) {
   CLI::App* command = app->add_subcommand(
       "presets", "list the built-in presets with what they set, or write the settings stored for a clip as one");
@@ -188,6 +198,7 @@ void AddCommands(CLI::App* app, Arguments* arguments) {
   addPlan(app, arguments);
   addShow(app, arguments);
   addCompare(app, arguments);
+  addOverlay(app, arguments);
   addPresets(app, arguments);
   addImport(app, arguments);
   addExport(app, arguments);

@@ -1,0 +1,122 @@
+#include <atomic>
+#include <cstdio>
+#include <optional>
+
+#include "film/Commands.h"
+#include "film/Comparison.h"
+#include "film/Fields.h"
+#include "film/HalfSize.h"
+#include "film/Interrupt.h"
+#include "film/OutputFile.h"
+#include "film/OverlayPainter.h"
+#include "film/RunFiles.h"
+#include "film/Summary.h"
+#include "film/WrittenSpan.h"
+
+namespace film {
+namespace {
+
+/// Draws on the pictures of an analysis as they go by, and writes them.
+class OverlayWriter {
+ public:
+  OverlayWriter(Session& session, const RenderOptions& renderOptions, const Span& writtenSpan)
+      : render(renderOptions),
+        span(writtenSpan),
+        clip(session.contents()),
+        painter(session.effect(), clip, QuarterTurns(clip.path)),
+        written(WrittenContents(render, clip)),
+        movie(render.out, written, MovieSpanOf(span, clip), render.encoder),
+        told(TellNotes(movie, render.out, 0)),
+        pool(clip.format.width, clip.format.height),
+        smaller(written.format.width, written.format.height),
+        progress(session.progressStyle(), ProgressStream(session.progressStyle()), "Drawing", span.last + 1) {}
+
+  /// The next picture of the analysis.
+  void take(int number, const SharedPicture& picture, const TrackerEstimator& analysis) {
+    const std::vector<FeatureMark>& marks = trails.take(analysis);
+    const int frame = clip.format.interlaced() ? number / 2 : number;
+    if (frame >= span.first && frame <= span.last) paint(number, *picture, marks);
+    progress.update(std::min(frame, span.last) + 1);
+  }
+
+  bool hasAll() const { return complete; }
+
+  double finish() {
+    movie.finish();
+    progress.finish();
+    TellNotes(movie, render.out, told);
+    return progress.rate();
+  }
+
+ private:
+  void paint(int number, const FloatPicture& picture, const std::vector<FeatureMark>& marks) {
+    SharedPicture drawn = pool.take();
+    *drawn = picture;
+    painter.paint(number, marks, drawn.get());
+    if (!clip.format.interlaced()) return write(std::move(drawn));
+    // Each field gets in its own rows what belongs to its moment.
+    if (number % 2 == 0) {
+      firstField = std::move(drawn);
+    } else {
+      CopyField(*drawn, SecondField(clip.format.fieldOrder), *firstField);
+      write(std::move(firstField));
+    }
+  }
+
+  void write(SharedPicture picture) {
+    complete = picture->number >= span.last;
+    if (render.preview) {
+      SharedPicture half = smaller.take();
+      Halve(*picture, half.get());
+      picture = std::move(half);
+    }
+    movie.write(std::move(picture));
+  }
+
+  const RenderOptions& render;
+  Span span;
+  const ClipContents& clip;
+  OverlayPainter painter;
+  ClipContents written;
+  MovieWriter movie;
+  size_t told;
+  PicturePool pool, smaller;
+  Progress progress;
+  FeatureTrails trails;
+  SharedPicture firstField;
+  std::atomic<bool> complete = false;  // asked by the thread that may cancel the analysis
+};
+
+/// The frames a second, or nothing when the user cancelled.
+std::optional<double> drawSpan(Session& session, const RenderOptions& render, const Span& span) {
+  OverlayWriter writer(session, render, span);
+  session.watchAnalysis([](int) {}, [&] { return Interrupted() || writer.hasAll(); },
+                        [&](int number, const SharedPicture& picture, const TrackerEstimator& analysis) {
+                          if (!writer.hasAll()) writer.take(number, picture, analysis);
+                        });
+  if (!writer.hasAll()) return std::nullopt;
+  return writer.finish();
+}
+
+}  // namespace
+
+ExitStatus Overlay(const SessionOptions& options, const RenderOptions& render) {
+  CheckOutput(render.out, render.force);
+  const OutputFile trial(render.out);
+  Session session(options);
+  const Span span = SpanOf(render, session.contents());
+  if (session.needsAnalysis()) {
+    session.checkDocumentCanBeWritten();
+    // What couldn't be encoded is told now and not after the analysis.
+    const MovieWriter trialMovie(render.out, WrittenContents(render, session.contents()), MovieSpan{}, render.encoder);
+    if (!session.analyse()) return Cancelled(KeptAnalysis(session));
+  }
+  session.trySettings();
+  session.effect().showFirstFrame();
+  const std::optional<double> rate = drawSpan(session, render, span);
+  if (!rate) return Cancelled("nothing was written to " + render.out);
+  PrintSummary(session, render.out, span.count(), *rate, {});
+  return kDone;
+}
+
+}  // namespace film
