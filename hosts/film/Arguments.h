@@ -21,7 +21,7 @@ struct Arguments {
   ExportOptions files;
   CompareOptions compare;
   PresetsOptions presetFile;
-  std::string progress = "auto", log, truth, package;
+  std::string progress = "auto", log, truth, package, tracks;
   bool quiet = false, json = false;
   int threads = 0;
   std::optional<unsigned> seed;

@@ -1,6 +1,8 @@
 #include "film/Commands.h"
 
 #include <cstdio>
+#include <filesystem>
+#include <memory>
 
 #include "film/Interrupt.h"
 #include "film/ParameterTable.h"
@@ -9,24 +11,52 @@
 #include "film/SampleClip.h"
 #include "film/SampleMotion.h"
 #include "film/Summary.h"
+#include "film/TracksFile.h"
 
 namespace film {
 
-ExitStatus Analyse(const SessionOptions& options) {
+namespace {
+
+AnalysisWatcher watcherFor(TracksFile* tracks) {
+  return
+      [tracks](int number, const SharedPicture&, const TrackerEstimator& analysis) { tracks->add(number, analysis); };
+}
+
+/// Follows the features of a clip whose analysis stays as it is; false when the user cancelled.
+bool recordTracks(Session& session, TracksFile* tracks) {
+  Progress progress(session.progressStyle(), ProgressStream(session.progressStyle()), "Tracking",
+                    session.contents().identity.frames);
+  return session.watchAnalysis([&](int frames) { progress.update(frames); }, Interrupted, watcherFor(tracks));
+}
+
+/// Says that the stored analysis is used, and shows it to programs.
+void tellAnalysedBefore(Session& session, const SessionOptions& options) {
+  if (options.progress == ProgressStyle::Bar || options.progress == ProgressStyle::Lines)
+    std::printf("%s: analysed before; --again analyses it anew\n", options.clip.c_str());
+  if (options.progress == ProgressStyle::Json) {
+    session.effect().showFirstFrame();
+    PrintSummary(session, options.clip, session.contents().identity.frames, 0.0, {});
+  }
+}
+
+}  // namespace
+
+ExitStatus Analyse(const SessionOptions& options, const std::string& tracks) {
+  std::unique_ptr<TracksFile> file;
+  if (!tracks.empty())
+    file = std::make_unique<TracksFile>(tracks, std::filesystem::path(options.clip).filename().string());
   Session session(options);
   session.checkDocumentCanBeWritten();
   session.applySettings();
   if (!session.needsAnalysis()) {
-    if (options.progress == ProgressStyle::Bar || options.progress == ProgressStyle::Lines)
-      std::printf("%s: analysed before; --again analyses it anew\n", options.clip.c_str());
-    if (options.progress == ProgressStyle::Json) {
-      session.effect().showFirstFrame();
-      PrintSummary(session, options.clip, session.contents().identity.frames, 0.0, {});
-    }
+    if (file && !recordTracks(session, file.get())) return Cancelled("nothing was written to " + tracks);
+    if (file) file->finish();
+    tellAnalysedBefore(session, options);
     return kDone;
   }
-  const std::optional<double> rate = session.analyse();
+  const std::optional<double> rate = session.analyse(file ? watcherFor(file.get()) : nullptr);
   if (!rate) return Cancelled(KeptAnalysis(session));
+  if (file) file->finish();
   const std::vector<Warning> warnings = TellWarnings(session);
   PrintSummary(session, options.clip, session.contents().identity.frames, *rate, warnings);
   return kDone;

@@ -36,7 +36,9 @@ struct PresetsOptions {
   bool force = false, json = false;
 };
 
-ExitStatus Analyse(const SessionOptions& options);
+/// `tracks`: where to write the features that the analysis follows; empty for nowhere. With a stored analysis they are
+/// followed once more, and what is stored stays.
+ExitStatus Analyse(const SessionOptions& options, const std::string& tracks = {});
 ExitStatus Render(const SessionOptions& options, const RenderOptions& render);
 ExitStatus Stabilise(const SessionOptions& options, const RenderOptions& render);
 ExitStatus Show(const SessionOptions& options, bool json);

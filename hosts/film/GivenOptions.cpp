@@ -41,6 +41,7 @@ void TakeClips(Arguments* arguments, bool writesFilms) {
     throw Failure("several clips need -O DIR, the folder for their films; --help lists what there is", kUsage);
   refuseForSeveral(!arguments->session.effectPath.empty(), "--effect");
   refuseForSeveral(!arguments->log.empty(), "--log");
+  refuseForSeveral(!arguments->tracks.empty(), "--tracks");
   arguments->batch.clips = clips;
 }
 

@@ -56,7 +56,13 @@ void addAnalyse(CLI::App* app, Arguments* arguments) {
   AddPresetOption(command, arguments);
   AddAnalysisOptions(command, arguments);
   AddSettingOptions(command, arguments);
-  runOnEach(command, arguments, false, [=] { return Analyse(arguments->session); });
+  command
+      ->add_option(
+          "--tracks", arguments->tracks,
+          "also write the features that are followed, frame by frame; with an analysis that is stored they are "
+          "followed once more")
+      ->type_name("F.strk");
+  runOnEach(command, arguments, false, [=] { return Analyse(arguments->session, arguments->tracks); });
 }
 
 void addRender(CLI::App* app, Arguments* arguments) {

@@ -100,5 +100,33 @@ TEST_F(FilmHostTest, AFileThatGoesAwayIsToldAfterwards) {
   host->rethrowTrouble();  // told once
 }
 
+TEST_F(FilmHostTest, AWatcherGetsEachPictureWhenTheNextIsAskedFor) {
+  std::vector<std::pair<double, int>> seen;
+  host->watchSource([&](double time, const SharedPicture& picture) { seen.emplace_back(time, picture->number); });
+  std::unique_ptr<FxImage> image;
+  const std::vector<std::pair<double, int>> first = {{0.0, 0}}, both = {{0.0, 0}, {1.0, 1}};
+  EXPECT_TRUE(host->getSourceBitmap(&image, {}, 0.0));
+  EXPECT_TRUE(seen.empty());
+  EXPECT_TRUE(host->getSourceBitmap(&image, {}, 1.0));
+  EXPECT_EQ(seen, first);
+  EXPECT_TRUE(host->tellWatcher());
+  EXPECT_EQ(seen, both);
+  EXPECT_TRUE(host->tellWatcher());  // once each
+  host->watchSource(nullptr);
+  EXPECT_TRUE(host->getSourceBitmap(&image, {}, 2.0));
+  EXPECT_TRUE(host->getSourceBitmap(&image, {}, 3.0));
+  EXPECT_EQ(seen, both);
+}
+
+TEST_F(FilmHostTest, WhatAWatcherThrowsEndsTheAnalysisAndIsToldAfterwards) {
+  host->watchSource([](double, const SharedPicture&) { throw Failure("the disk is full"); });
+  std::unique_ptr<FxImage> image;
+  EXPECT_TRUE(host->getSourceBitmap(&image, {}, 0.0));
+  EXPECT_FALSE(host->getSourceBitmap(&image, {}, 1.0));
+  EXPECT_FALSE(image);
+  EXPECT_THROW(host->rethrowTrouble(), Failure);
+  EXPECT_NO_THROW(host->rethrowTrouble());
+}
+
 }  // namespace
 }  // namespace film
