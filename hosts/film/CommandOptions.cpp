@@ -121,6 +121,9 @@ void AddSeveralClipsOptions(CLI::App* command, Arguments* arguments) {
 void AddSpanOptions(CLI::App* command, Arguments* arguments) {
   command->add_option("--from", arguments->render.from, "the first frame to write, from 0")->type_name("N");
   command->add_option("--to", arguments->render.to, "the last frame to write")->type_name("N");
+}
+
+void AddPreviewOption(CLI::App* command, Arguments* arguments) {
   command->add_flag("--preview", arguments->render.preview,
                     "write ten seconds at half the width and height, from the start or from --from");
 }

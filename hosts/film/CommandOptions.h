@@ -16,6 +16,8 @@ void AddDocumentOptions(CLI::App* command, Arguments* arguments);
 void AddClipOptions(CLI::App* command, Arguments* arguments);
 /// The effect's settings.
 void AddSettingOptions(CLI::App* command, Arguments* arguments);
+/// A short look at half size.
+void AddPreviewOption(CLI::App* command, Arguments* arguments);
 /// Presets of settings, and for a command that encodes the encoder's too.
 void AddPresetOption(CLI::App* command, Arguments* arguments);
 /// The limit of the zoom.
@@ -23,7 +25,7 @@ void AddZoomLimitOption(CLI::App* command, Arguments* arguments);
 /// One clip, or several and folders, with -j.
 void AddSeveralClipsOptions(CLI::App* command, Arguments* arguments);
 void AddAnalysisOptions(CLI::App* command, Arguments* arguments);
-/// The part of the clip to render.
+/// The part of the clip to write.
 void AddSpanOptions(CLI::App* command, Arguments* arguments);
 /// Has no option of the program or its commands take an empty value for none.
 void RefuseEmptyValues(CLI::App* app);

@@ -5,7 +5,6 @@
 #include "film/Commands.h"
 #include "film/Comparison.h"
 #include "film/Fields.h"
-#include "film/HalfSize.h"
 #include "film/Interrupt.h"
 #include "film/OutputFile.h"
 #include "film/OverlayPainter.h"
@@ -24,12 +23,11 @@ class OverlayWriter {
         span(writtenSpan),
         clip(session.contents()),
         painter(session.effect(), clip, QuarterTurns(clip.path)),
-        written(WrittenContents(render, clip)),
-        movie(render.out, written, MovieSpanOf(span, clip), render.encoder),
-        told(TellNotes(movie, render.out, 0)),
+        movie(render.out, clip, MovieSpanOf(span, clip), render.encoder),
         pool(clip.format.width, clip.format.height),
-        smaller(written.format.width, written.format.height),
-        progress(session.progressStyle(), ProgressStream(session.progressStyle()), "Drawing", span.last + 1) {}
+        progress(session.progressStyle(), ProgressStream(session.progressStyle()), "Drawing", span.last + 1) {
+    tellNotes();
+  }
 
   /// The next picture of the analysis.
   void take(int number, const SharedPicture& picture, const TrackerEstimator& analysis) {
@@ -44,7 +42,7 @@ class OverlayWriter {
   double finish() {
     movie.finish();
     progress.finish();
-    TellNotes(movie, render.out, told);
+    tellNotes();
     return progress.rate();
   }
 
@@ -65,22 +63,22 @@ class OverlayWriter {
 
   void write(SharedPicture picture) {
     complete = picture->number >= span.last;
-    if (render.preview) {
-      SharedPicture half = smaller.take();
-      Halve(*picture, half.get());
-      picture = std::move(half);
-    }
     movie.write(std::move(picture));
+  }
+
+  /// Prints what there is to tell of the movie and wasn't yet.
+  void tellNotes() {
+    for (; told < movie.notes().size(); ++told)
+      std::fprintf(stderr, "orvane: %s: %s\n", render.out.c_str(), movie.notes()[told].c_str());
   }
 
   const RenderOptions& render;
   Span span;
   const ClipContents& clip;
   OverlayPainter painter;
-  ClipContents written;
   MovieWriter movie;
-  size_t told;
-  PicturePool pool, smaller;
+  size_t told = 0;
+  PicturePool pool;
   Progress progress;
   FeatureTrails trails;
   SharedPicture firstField;
@@ -108,7 +106,7 @@ ExitStatus Overlay(const SessionOptions& options, const RenderOptions& render) {
   if (session.needsAnalysis()) {
     session.checkDocumentCanBeWritten();
     // What couldn't be encoded is told now and not after the analysis.
-    const MovieWriter trialMovie(render.out, WrittenContents(render, session.contents()), MovieSpan{}, render.encoder);
+    const MovieWriter trialMovie(render.out, session.contents(), MovieSpan{}, render.encoder);
     if (!session.analyse()) return Cancelled(KeptAnalysis(session));
   }
   session.trySettings();

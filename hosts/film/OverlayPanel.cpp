@@ -16,8 +16,8 @@ namespace {
 constexpr const char* featureWords[] = {"tracked", "new", "lost", "barred", "still"};
 constexpr const char* eventWords[] = {"hold", "move", "as filmed", "broken"};
 constexpr const char* barNames[] = {"across", "down", "confidence"};
-constexpr double barNameSize = 0.75;  // of the letters'
-constexpr double signGap = 0.45;      // of a sign's width
+constexpr double barNameSize = 0.7;  // of the letters'
+constexpr double signGap = 0.45;     // of a sign's width
 constexpr float panelShare = 0.65f;
 constexpr double largestPanel = 0.4, largestBars = 0.25;  // of the picture's height
 // What the planner takes for broken.
@@ -56,7 +56,7 @@ struct OverlayPanel::Layout {
     letters = scale.letters;
     rowHeight = 1.6 * letters;
     gap = std::max(1, static_cast<int>(std::lround(0.4 * letters)));
-    barHeight = std::max(2, static_cast<int>(std::lround(0.6 * letters)));
+    barHeight = std::max(2, static_cast<int>(std::lround(0.65 * letters)));
     flow(canvas.width(), list);
     double widest = 0;
     for (const char* name : barNames) widest = std::max(widest, Canvas::TextWidth(barNameSize * letters, name));

@@ -1,6 +1,5 @@
 #include <cstdio>
 
-#include "film/ClipDescription.h"
 #include "film/Commands.h"
 #include "film/HalfSize.h"
 #include "film/Interrupt.h"
@@ -12,14 +11,26 @@
 namespace film {
 namespace {
 
+/// What the pictures that are written are like.
+ClipContents writtenContents(const RenderOptions& render, const ClipContents& clip) {
+  return render.preview ? HalfSized(clip) : clip;
+}
+
+/// Prints the notes about a movie from the one at `first`; how many there are.
+size_t tellNotes(const MovieWriter& movie, const std::string& out, size_t first) {
+  for (size_t i = first; i < movie.notes().size(); ++i)
+    std::fprintf(stderr, "orvane: %s\n", OnOneLine(out + ": " + movie.notes()[i]).c_str());
+  return movie.notes().size();
+}
+
 /// Renders a span of frames into a file; the frames a second, or nothing when the user cancelled.
 std::optional<double> renderSpan(Session& session, const RenderOptions& render, const Span& span) {
   Progress progress(session.progressStyle(), ProgressStream(session.progressStyle()), "Rendering", span.count());
   SharedPicture picture = session.effect().render(span.first);
-  const ClipContents written = WrittenContents(render, session.contents());
+  const ClipContents written = writtenContents(render, session.contents());
   MovieWriter movie(render.out, written, MovieSpanOf(span, written), render.encoder);
   PicturePool smaller(written.format.width, written.format.height);
-  const size_t told = TellNotes(movie, render.out, 0);
+  const size_t told = tellNotes(movie, render.out, 0);
   for (int number = span.first; number <= span.last; ++number) {
     if (Interrupted()) return std::nullopt;
     if (!picture) picture = session.effect().render(number);
@@ -34,7 +45,7 @@ std::optional<double> renderSpan(Session& session, const RenderOptions& render, 
   }
   movie.finish();
   progress.finish();
-  TellNotes(movie, render.out, told);
+  tellNotes(movie, render.out, told);
   return progress.rate();
 }
 
@@ -83,7 +94,7 @@ ExitStatus Stabilise(const SessionOptions& options, const RenderOptions& render)
   if (session.needsAnalysis()) {
     session.checkDocumentCanBeWritten();
     // What couldn't be encoded is told now and not after the analysis.
-    const MovieWriter trialMovie(render.out, WrittenContents(render, session.contents()), MovieSpan{}, render.encoder);
+    const MovieWriter trialMovie(render.out, writtenContents(render, session.contents()), MovieSpan{}, render.encoder);
   }
   session.applySettings();
   std::vector<Warning> warnings;

@@ -39,11 +39,17 @@ void addFilmOptions(CLI::App* command, Arguments* arguments) {
   AddSettingOptions(command, arguments);
 }
 
+/// Those of the commands that write steady films.
+void addSteadyFilmOptions(CLI::App* command, Arguments* arguments) {
+  addFilmOptions(command, arguments);
+  AddPreviewOption(command, arguments);
+}
+
 void addStabilise(CLI::App* app, Arguments* arguments) {
   CLI::App* command = app->add_subcommand(
       "stabilise", "analyse a clip unless that was done, and write the steady one; with -O, several clips");
   command->alias("stabilize");
-  addFilmOptions(command, arguments);
+  addSteadyFilmOptions(command, arguments);
   AddAnalysisOptions(command, arguments);
   runOnEach(command, arguments, true, [=] { return Stabilise(arguments->session, arguments->render); });
 }
@@ -68,7 +74,7 @@ void addAnalyse(CLI::App* app, Arguments* arguments) {
 void addRender(CLI::App* app, Arguments* arguments) {
   CLI::App* command =
       app->add_subcommand("render", "write the steady clip from what is stored; with -O, several clips");
-  addFilmOptions(command, arguments);
+  addSteadyFilmOptions(command, arguments);
   runOnEach(command, arguments, true, [=] { return Render(arguments->session, arguments->render); });
 }
 

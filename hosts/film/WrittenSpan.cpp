@@ -1,10 +1,8 @@
 #include "film/WrittenSpan.h"
 
 #include <algorithm>
-#include <cstdio>
 
 #include "film/ClipDescription.h"
-#include "film/HalfSize.h"
 
 namespace film {
 namespace {
@@ -40,10 +38,6 @@ Span SpanOf(const RenderOptions& render, const ClipContents& clip) {
   return span;
 }
 
-ClipContents WrittenContents(const RenderOptions& render, const ClipContents& clip) {
-  return render.preview ? HalfSized(clip) : clip;
-}
-
 MovieSpan MovieSpanOf(const Span& span, const ClipContents& clip) {
   const std::vector<IndexedFrame>& frames = clip.index->frames;
   MovieSpan movie;
@@ -52,12 +46,6 @@ MovieSpan MovieSpanOf(const Span& span, const ClipContents& clip) {
   // Behind a change the file's sound goes on, to pictures that aren't there.
   if (!movie.whole || clip.index->end == ClipEnd::Change) movie.end = endOf(frames[span.last], clip);
   return movie;
-}
-
-size_t TellNotes(const MovieWriter& movie, const std::string& out, size_t first) {
-  for (size_t i = first; i < movie.notes().size(); ++i)
-    std::fprintf(stderr, "orvane: %s\n", OnOneLine(out + ": " + movie.notes()[i]).c_str());
-  return movie.notes().size();
 }
 
 }  // namespace film

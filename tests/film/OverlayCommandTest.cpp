@@ -167,8 +167,6 @@ TEST_F(OverlayCommandTest, APartOfTheClipIsDrawnAsInTheWhole) {
   expectSquare(part[0], squares.placeOf(0, 1, 3), overlay::skyBlue);
   for (const size_t at : {4 * (84u * 320 + 30) + 1, 4 * (30u * 320 + 20) + 1})
     EXPECT_NEAR(part[1][at], whole[4][at], 0.01);
-  ASSERT_EQ(overlay(film, drawn, {"--preview"}).status, 0);
-  EXPECT_EQ(ScanClip(drawn).format.width, SquaresClip::width / 2);
 }
 
 TEST_F(OverlayCommandTest, ClipsOfEveryShapeAreDrawnOn) {
