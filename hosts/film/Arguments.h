@@ -20,6 +20,7 @@ struct Arguments {
   RenderOptions render;
   ExportOptions files;
   CompareOptions compare;
+  ConvertOptions convert;
   PresetsOptions presetFile;
   std::string progress = "auto", log, truth, package, tracks;
   bool quiet = false, json = false;

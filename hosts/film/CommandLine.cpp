@@ -58,15 +58,16 @@ std::vector<std::string> filesOf(const Arguments& arguments) {
   const SessionOptions& session = arguments.session;
   const ExportOptions& files = arguments.files;
   const PresetsOptions& preset = arguments.presetFile;
-  return {session.clip,       documentOf(session.clip, session.effectPath),
-          preset.clip,        documentOf(preset.clip, preset.effectPath),
-          preset.save,        arguments.log,
-          arguments.truth,    files.motion,
-          files.rotation,     files.confidence,
-          files.events,       files.gains,
-          files.compensation, files.design,
-          files.package,      arguments.package,
-          arguments.tracks,   arguments.render.out};
+  return {session.clip,         documentOf(session.clip, session.effectPath),
+          preset.clip,          documentOf(preset.clip, preset.effectPath),
+          preset.save,          arguments.log,
+          arguments.truth,      files.motion,
+          files.rotation,       files.confidence,
+          files.events,         files.gains,
+          files.compensation,   files.design,
+          files.package,        arguments.package,
+          arguments.tracks,     arguments.render.out,
+          arguments.convert.in, arguments.convert.out};
 }
 
 /// What a run only reads, and may read twice, must not be one of the files that it writes.

@@ -10,6 +10,7 @@
 #include "film/RunFiles.h"
 #include "film/SampleClip.h"
 #include "film/SampleMotion.h"
+#include "film/StoredFormat.h"
 #include "film/Summary.h"
 #include "film/TracksFile.h"
 
@@ -62,7 +63,23 @@ ExitStatus Analyse(const SessionOptions& options, const std::string& tracks) {
   return kDone;
 }
 
+namespace {
+
+void print(const std::string& text) { std::fwrite(text.data(), 1, text.size(), stdout); }
+
+/// Tells what can be read of a file, and only then that it is damaged.
+ExitStatus showFile(const StoredFormat& format, const std::string& path, bool json) {
+  const Description description = format.describe(path);
+  print(json ? description.dump(1) + "\n" : TextOf(format, path, description));
+  if (description["complete"]) return kDone;
+  throw Failure(path + ": this " + format.name +
+                " file is damaged or was cut short, and only what could be read is told; get a whole copy of it");
+}
+
+}  // namespace
+
 ExitStatus Show(const SessionOptions& options, bool json) {
+  if (const StoredFormat* format = FormatOf(options.clip)) return showFile(*format, options.clip, json);
   Session session(options);
   if (session.effect().holdsAnalysis()) session.effect().showFirstFrame();
   const nlohmann::ordered_json description = DescribeEffect(session);

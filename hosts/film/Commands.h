@@ -36,12 +36,20 @@ struct PresetsOptions {
   bool force = false, json = false;
 };
 
+struct ConvertOptions {
+  std::string in, out;
+  bool force = false;  ///< OUT may exist
+};
+
 /// `tracks`: where to write the features that the analysis follows; empty for nowhere. With a stored analysis they are
 /// followed once more, and what is stored stays.
 ExitStatus Analyse(const SessionOptions& options, const std::string& tracks = {});
 ExitStatus Render(const SessionOptions& options, const RenderOptions& render);
 ExitStatus Stabilise(const SessionOptions& options, const RenderOptions& render);
+/// Tells what is stored for a clip, or what one of the program's own files holds.
 ExitStatus Show(const SessionOptions& options, bool json);
+/// Writes one of the program's own files in its present form, or as a table.
+ExitStatus Convert(const ConvertOptions& options);
 /// Tells what the settings would do; changed ones aren't kept.
 ExitStatus Plan(const SessionOptions& options, bool json);
 /// Writes a film of two clips for comparing them.

@@ -29,6 +29,9 @@ class EffectDocument {
   /// Fails unless the document belongs to the clip; the text names the first field that differs.
   void checkClip(const ClipContents& contents) const;
 
+  /// What the document says of its clip, as it stands there.
+  const nlohmann::json& clip() const { return document.at("clip"); }
+
   /// What an earlier scan of the clip found, or null where the document doesn't hold it or holds nonsense.
   std::shared_ptr<const FrameIndex> index() const;
 

@@ -72,16 +72,6 @@ Ratios borderRatios(const Effect& effect) {
           ratio(planner->analysedHeight, border.bry - border.tly + 1)};
 }
 
-Json describeSettings(const ParameterStore& parameters) {
-  Json settings = Json::object();
-  for (const SettingOption& option : SettingOptions()) {
-    const Parameter* parameter = parameters.find(option.id);
-    if (!parameter) continue;
-    settings[option.name] = SettingJson(option, parameter->value);
-  }
-  return settings;
-}
-
 void describePlan(Session& session, Json* description) {
   const Effect& effect = session.effect();
   const MotionProcessorFCPX& planner = *effect.plugIn().ObjC_MP;
@@ -164,6 +154,16 @@ std::string EventText(const Effect& effect) {
   return text;
 }
 
+Json DescribeSettings(const ParameterStore& parameters) {
+  Json settings = Json::object();
+  for (const SettingOption& option : SettingOptions()) {
+    const Parameter* parameter = parameters.find(option.id);
+    if (!parameter) continue;
+    settings[option.name] = SettingJson(option, parameter->value);
+  }
+  return settings;
+}
+
 Json DescribeEffect(Session& session) {
   const ClipContents& clip = session.contents();
   Effect& effect = session.effect();
@@ -182,7 +182,7 @@ Json DescribeEffect(Session& session) {
     describePlan(session, &description);
     description["lowConfidence"] = lowConfidenceFrames(*motion->getConfidence(), FrameNumbers(clip));
   }
-  description["settings"] = describeSettings(effect.parameters());
+  description["settings"] = DescribeSettings(effect.parameters());
   description["warnings"] = DescribeWarnings(FindWarnings(session));
   return description;
 }

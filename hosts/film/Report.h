@@ -16,6 +16,9 @@ double ZoomOf(Effect& effect);
 /// "2 holds, 1 move" of both axes, or "none".
 std::string EventText(const Effect& effect);
 
+/// The settings by their options' names.
+nlohmann::ordered_json DescribeSettings(const ParameterStore& parameters);
+
 /// All that is stored of a clip. The effect has shown a frame if it holds an analysis.
 nlohmann::ordered_json DescribeEffect(Session& session);
 /// The same as lines of text.

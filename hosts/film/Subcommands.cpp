@@ -144,10 +144,28 @@ void addPresets(CLI::App* app, Arguments* arguments) {
 }
 
 void addShow(CLI::App* app, Arguments* arguments) {
-  CLI::App* command = app->add_subcommand("show", "tell what is stored for a clip");
+  CLI::App* command = app->add_subcommand(
+      "show", "tell what is stored for a clip, or what is in one of the program's own files, whatever its name");
   AddClipOptions(command, arguments);
+  command->get_option("CLIP")->description(
+      "the video file; or a file of motion, confidence, points, matches, tracks, events, gains, a plane, a matrix, or "
+      "an effect document");
   command->add_flag("--json", arguments->json, "for programs");
   command->callback([arguments] { arguments->run = [=] { return Show(arguments->session, arguments->json); }; });
+}
+
+void addConvert(CLI::App* app, Arguments* arguments) {
+  CLI::App* command = app->add_subcommand(
+      "convert", "write one of the program's own files that is of an old form in the present one, or any as a table");
+  ConvertOptions& options = arguments->convert;
+  command->add_option("IN", options.in, "the file to read; what it is shows in its contents, not its name")
+      ->type_name("")
+      ->required();
+  command->add_option("OUT", options.out, "the file to write; one that ends in .csv is a table for spreadsheets")
+      ->type_name("")
+      ->required();
+  command->add_flag("--force", options.force, "replace OUT if it exists");
+  command->callback([arguments] { arguments->run = [=] { return Convert(arguments->convert); }; });
 }
 
 void addParameters(CLI::App* app, Arguments* arguments) {
@@ -209,6 +227,7 @@ void AddCommands(CLI::App* app, Arguments* arguments) {
   addRender(app, arguments);
   addPlan(app, arguments);
   addShow(app, arguments);
+  addConvert(app, arguments);
   addCompare(app, arguments);
   addOverlay(app, arguments);
   addPresets(app, arguments);

@@ -12,7 +12,7 @@
 namespace Vorn {
 namespace {
 
-constexpr size_t mostBytesMissing = size_t{256} << 20;
+constexpr size_t bytesOnTrust = size_t{1} << 20;
 
 struct FileCloser {
   void operator()(FILE* file) const { fclose(file); }
@@ -149,11 +149,16 @@ bool FastArray::Load(const char* path) {
   if (!ReadSizes(file.get(), storedWidth, storedHeight)) return false;
   const auto rowBytes = static_cast<size_t>(storedWidth) * sizeof(float);
   const auto bytesLeft = static_cast<size_t>(BytesLeft(file.get()));
-  if (rowBytes * static_cast<size_t>(storedHeight) > bytesLeft + mostBytesMissing) return false;
+  // A file that was cut short still gives its part, but a short one doesn't claim memory that it can't fill.
+  if (rowBytes * static_cast<size_t>(storedHeight) > 2 * bytesLeft + bytesOnTrust) return false;
   Resize(storedWidth, storedHeight);
-  for (int y = 0; y < height; ++y)
-    if (fread(row(y), 1, rowBytes, file.get()) != rowBytes) return false;
-  return true;
+  bool whole = true;
+  for (int y = 0; y < height; ++y) {
+    const size_t read = whole ? fread(row(y), 1, rowBytes, file.get()) : 0;
+    whole = read == rowBytes;
+    if (!whole) std::memset(reinterpret_cast<char*>(row(y)) + read, 0, rowBytes - read);
+  }
+  return whole;
 }
 
 bool FastArray::Save(const char* path) const {

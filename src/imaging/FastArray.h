@@ -61,8 +61,9 @@ class FastArray {
   void ConvertToImage(Image& out, int maxValue) const;
 
   /// Reads a file that Save wrote. False if it can't be opened, isn't one, or ends early; what was read until then
-  /// stays. A file with more than 256 MB missing at its end is refused before any memory is taken. The stride in the
-  /// file is ignored, so what a view wrote comes back sheared: kept, both sides are as the format has always been.
+  /// stays, with zeros behind it. A file that lacks more than it has and 1 MB is refused before any memory is taken.
+  /// The stride in the file is ignored, so what a view wrote comes back sheared: kept, both sides are as the format has
+  /// always been.
   bool Load(const char* path);
 
   /// Writes "FARY", the sizes as text, then `stride` * `height` floats in the machine's byte order: a view's rows

@@ -230,7 +230,8 @@ bool Matrix::Load(const char* path) {
   file >> newRows >> newColumns;
   if (file.bad()) return false;  // a folder opens, but can't be read
   const std::uint64_t announced = std::uint64_t{newRows} * newColumns;
-  if (announced > allocatedOnTrust && (!file || announced > BytesLeft(file) / 2)) return false;
+  const std::uint64_t extent = std::max<std::uint64_t>({announced, newRows, newColumns});  // one side may be 0
+  if (extent > allocatedOnTrust && (!file || extent > BytesLeft(file) / 2)) return false;
   if (rows != newRows || columns != newColumns) {
     if (!Resize(newRows, newColumns)) return false;
     std::fill_n(data, count(), 0.0);

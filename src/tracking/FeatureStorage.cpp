@@ -280,7 +280,7 @@ bool FeatureStorage::accumulateSegment(int number, std::list<Feature>& tracks, i
   for (const RecordIndex::Entry& entry : index.Entries())
     if (entry.frame >= first && entry.frame <= last) wanted.push_back(entry.frame);
   std::ranges::sort(wanted);
-  wanted.erase(std::ranges::unique(wanted).begin(), wanted.end());
+  wanted.erase(std::unique(wanted.begin(), wanted.end()), wanted.end());
 
   TracksById byId(tracks);
   long budget = fileSize();
@@ -332,10 +332,10 @@ bool FeatureStorage::GetPointsForFrame(int frame, PointSet& points) {
   return complete;
 }
 
-bool FeatureStorage::GetMatchedPoints(int firstFrame_, int secondFrame, PointSet& firstPoints, PointSet& secondPoints,
+bool FeatureStorage::GetMatchedPoints(int frameA, int frameB, PointSet& firstPoints, PointSet& secondPoints,
                                       MatchSet& matches) {
   matches.Clear();
-  const bool complete = GetPointsForFrame(firstFrame_, firstPoints) && GetPointsForFrame(secondFrame, secondPoints);
+  const bool complete = GetPointsForFrame(frameA, firstPoints) && GetPointsForFrame(frameB, secondPoints);
   std::unordered_map<int, int> positions;  // of each id's first point in the second set
   for (unsigned int i = 0; i < secondPoints.numPoints; ++i)
     positions.try_emplace(secondPoints[i].id, static_cast<int>(i));

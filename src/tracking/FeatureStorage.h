@@ -78,8 +78,7 @@ class FeatureStorage {
   bool GetFeaturesForFrame(int frame, std::list<Feature>& features);
   bool GetPointsForFrame(int frame, PointSet& points);
   /// The points of two frames, and a match of score 1 for each `id` that occurs in both, in the order of the first.
-  bool GetMatchedPoints(int firstFrame, int secondFrame, PointSet& firstPoints, PointSet& secondPoints,
-                        MatchSet& matches);
+  bool GetMatchedPoints(int frameA, int frameB, PointSet& firstPoints, PointSet& secondPoints, MatchSet& matches);
 
   /// Adds the points of the frames `first` to `last` of the open file to `tracks`, by `id`: to the track that ends in
   /// the frame before, or else as a track of their own. A point that its track has already is left out. False as for
@@ -114,7 +113,7 @@ class FeatureStorage {
 
  private:
   struct CloseFile {
-    void operator()(std::FILE* file) const { std::fclose(file); }
+    void operator()(std::FILE* opened) const { std::fclose(opened); }
   };
 
   bool openForWriting(const char* path);

@@ -2,6 +2,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <list>
 #include <sstream>
 #include <string>
 #include <vector>
@@ -22,6 +23,8 @@
 #include "plugin/SerialisedMotion.h"
 #include "plugin/StringsFile.h"
 #include "rendering/AGCStorage.h"
+#include "tracking/FeatureStorage.h"
+#include "tracking/FeatureTrack.h"
 
 using testing::ElementsAre;
 
@@ -128,6 +131,40 @@ TEST(Formats, MconfIsAsTold) {
   EXPECT_THAT(set.confidence, ElementsAre(1.0f, 0.875f));
   EXPECT_EQ(set.Get(2), 1.0f);
   EXPECT_EQ(Saved(set), TextOf("mconf"));
+}
+
+TEST(Formats, StrkIsAsTold) {
+  const TemporaryFile file;
+  file.Write(BytesOf("strk"));
+  Vorn::FeatureStorage store;
+  ASSERT_TRUE(store.Open(file.Path(), Vorn::FeatureStorage::StorageRead));
+  EXPECT_EQ(store.window, 13);
+  EXPECT_EQ(store.minevalue, 0.5f);
+  std::list<Vorn::Point2D> points;
+  std::vector<Vorn::FeatureStorage::TrackStatus> statuses;
+  ASSERT_TRUE(store.ReadFrame(1, points, statuses));
+  ASSERT_EQ(points.size(), 1u);
+  EXPECT_EQ(points.front().x, 10.5);
+  EXPECT_THAT(statuses, ElementsAre(Vorn::FeatureStorage::TrackNew));
+
+  Vorn::FeatureStorage writer;
+  writer.GetConfiguration(store);
+  ASSERT_TRUE(writer.Open(file.Path(), Vorn::FeatureStorage::StorageWrite));
+  writer.WriteFrame(1, points, statuses);
+  writer.WriteFrame(2, {}, {});
+  ASSERT_TRUE(writer.Close());
+  EXPECT_EQ(file.Read(), BytesOf("strk"));
+}
+
+TEST(Formats, TracksAreAsTold) {
+  const TemporaryFile file;
+  file.Write(TextOf("tracks"));
+  Vorn::FeatureTrack tracks;
+  ASSERT_TRUE(tracks.Load(file.Path(), nullptr, nullptr));
+  ASSERT_EQ(tracks.GetTracks().size(), 1u);
+  EXPECT_EQ(tracks.GetTracks().front().Location(2).y, 20.25);
+  ASSERT_TRUE(tracks.Save(file.Path(), "a comment"));
+  EXPECT_EQ(file.Read(), TextOf("tracks"));
 }
 
 TEST(Formats, PsetIsAsTold) {

@@ -53,13 +53,11 @@ struct Outcome {
   std::string out, err;
 };
 
-class CommandLineTest : public testing::Test {
+/// Runs the program in a folder of the test's own.
+class CommandTest : public testing::Test {
  protected:
-  CommandLineTest() : clip(folder / "clip.mp4"), out(folder / "out.mp4"), document(clip + ".orvane.json") {
-    setenv("LC_ALL", "C", 1);
-    WriteShakyClip(clip);
-  }
-  ~CommandLineTest() override { Vorn::SetLogSink({}); }
+  CommandTest() { setenv("LC_ALL", "C", 1); }
+  ~CommandTest() override { Vorn::SetLogSink({}); }
 
   static Outcome run(std::vector<std::string> arguments) {
     std::vector<const char*> argv{"orvane"};
@@ -82,6 +80,17 @@ class CommandLineTest : public testing::Test {
     EXPECT_THAT(outcome.err, testing::AllOf(testing::HasSubstr(name), testing::HasSubstr(remedy)));
     EXPECT_EQ(std::count(outcome.err.begin(), outcome.err.end(), '\n'), 1) << outcome.err;
   }
+
+  TestFolder folder;
+};
+
+/// With a clip in it.
+class CommandLineTest : public CommandTest {
+ protected:
+  CommandLineTest() : clip(folder / "clip.mp4"), out(folder / "out.mp4"), document(clip + ".orvane.json") {
+    WriteShakyClip(clip);
+  }
+
   static std::vector<std::vector<float>> framesOf(const std::string& path) {
     FrameSource source(ScanClip(path, {.threads = 1}), 1);
     std::vector<std::vector<float>> frames;
@@ -90,7 +99,6 @@ class CommandLineTest : public testing::Test {
     return frames;
   }
 
-  TestFolder folder;
   std::string clip, out, document;
 };
 

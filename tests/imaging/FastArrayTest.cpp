@@ -317,6 +317,8 @@ TEST_F(FastArrayFile, CutShortFailsAndKeepsTheRowsThatWereThere) {
   EXPECT_EQ(array(1, 0), 2);
   EXPECT_EQ(array(0, 1), 3);
   EXPECT_EQ(array(1, 1), 4);
+  EXPECT_EQ(array(0, 2), 5);
+  EXPECT_EQ(array(1, 2), 0);
 }
 
 TEST_F(FastArrayFile, ThatClaimsTerabytesTakesNoMemory) {

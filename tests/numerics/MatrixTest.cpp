@@ -385,7 +385,7 @@ TEST(Matrix, LoadKeepsWhatAShortFileLacks) {
 
 TEST(Matrix, LoadRefusesAShapeThatTheFileCantHold) {
   Matrix matrix = Filled(1, 2, {1, 2});
-  for (const char* text : {"4000000000 4000000000\n1\n", "-1 -1\n", "100000 1000\n1\n2\n3"}) {
+  for (const char* text : {"4000000000 4000000000\n1\n", "-1 -1\n", "100000 1000\n1\n2\n3", "4000000000 0\n1\n"}) {
     EXPECT_FALSE(matrix.Load(WriteFile("huge", text).c_str())) << text;
     EXPECT_FALSE(matrix.loaded);
     EXPECT_EQ(ValuesOf(matrix), (Values{1, 2}));

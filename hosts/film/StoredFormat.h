@@ -1,0 +1,59 @@
+#pragma once
+
+#include <functional>
+#include <nlohmann/json.hpp>
+#include <string>
+#include <string_view>
+#include <vector>
+
+// The system's own files: telling which one a file is by what stands in it, and what it holds.
+namespace film {
+
+/// What a file holds, for programs: "format" and "version" first, then a summary and all values. Numbers that JSON
+/// lacks are the texts "nan", "inf" and "-inf". "complete" is false where only a part could be read.
+using Description = nlohmann::ordered_json;
+
+/// One of the formats, a row of the table.
+struct StoredFormat {
+  const char* name;   ///< "HSET"
+  const char* holds;  ///< "the motion of each frame"
+  /// Whether a file is of this format, by its first kilobytes.
+  std::function<bool(std::string_view head)> recognises;
+  /// Reads a file that was recognised. Throws a `Failure` if nothing of it can be told.
+  std::function<Description(const std::string& path)> describe;
+  /// The lines behind the first one, for people.
+  std::function<std::string(const Description&)> lines;
+  /// The member of the description that is a table: objects that name their columns, or arrays without names.
+  const char* table;
+  /// The format that a file of this old one is rewritten as; null for a present one.
+  const char* presentForm = nullptr;
+  /// Writes `in` in its present form as the new file `out`; false if that can't be written.
+  std::function<bool(const std::string& in, const std::string& out)> rewrite = nullptr;
+};
+
+const std::vector<StoredFormat>& StoredFormats();
+
+/// The format of a file, or null if it is none of the system's own or can't be read at all.
+const StoredFormat* FormatOf(const std::string& path);
+
+/// What a file of a format holds as lines of text, its name first.
+std::string TextOf(const StoredFormat& format, const std::string& path, const Description& description);
+
+// The rows, one file each.
+StoredFormat MotionFormat();
+StoredFormat OldMotionFormat();
+StoredFormat ConfidenceFormat();
+StoredFormat MatrixFormat();
+StoredFormat PointsFormat();
+StoredFormat OldPointsFormat();
+StoredFormat MatchesFormat();
+StoredFormat ArrayFormat();
+StoredFormat TracksFormat();
+StoredFormat OldTracksFormat();
+StoredFormat EventsFormat();
+StoredFormat OldEventsFormat();
+StoredFormat GainsFormat();
+StoredFormat OldGainsFormat();
+StoredFormat DocumentFormat();
+
+}  // namespace film
