@@ -77,6 +77,7 @@ void writePresentForm(const StoredFormat& format, const ConvertOptions& options)
 
 ExitStatus Convert(const ConvertOptions& options) {
   checkReadable(options.in);
+  if (options.out.empty()) throw Failure("the name of the file to write is empty; give one that ends in .csv", kUsage);
   CheckOutput(options.out, options.force);
   const StoredFormat& format = formatOf(options.in);
   const Description description = format.describe(options.in);

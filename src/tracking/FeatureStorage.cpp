@@ -180,7 +180,7 @@ void FeatureStorage::Clear() {
   legacyComplete.reset();
   runOpen = false;
   runFirst = runLast = runEnd = -1;
-  framesInSegment = 0;
+  framesInSegment = confPosition = dataPosition = dataSize = 0;
   segment = 0;
   finished = continued = false;
   rangesSorted = true;
