@@ -32,7 +32,8 @@ Description describe(const std::string& path, bool isOld) {
 
 std::string lines(const Description& d) {
   std::string text = Line("points", std::to_string(d["points"].size()));
-  if (d["comment"] != "") text += Line("comment", d["comment"]);
+  const std::string comment = d["comment"];
+  if (!comment.empty()) text += Line("comment", comment);
   return text + Line("x", SpreadText(d["x"])) + Line("y", SpreadText(d["y"])) + Line("weight", SpreadText(d["weight"]));
 }
 

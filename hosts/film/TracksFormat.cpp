@@ -76,7 +76,8 @@ std::string lines(const Description& d) {
   text += Line("length", SpreadText(d["length"], "frames"));
   text += Line("tracker", "window " + d["window"].dump() + ", levels " + d["levels"].dump() + ", range " +
                               d["range"].dump() + ", minevalue " + Short(d["minevalue"]));
-  if (d["comment"] != "") text += Line("comment", d["comment"]);
+  const std::string comment = d["comment"];
+  if (!comment.empty()) text += Line("comment", comment);
   if (d["segments"] > 1) text += Line("files", d["segments"].dump());
   return text;
 }
