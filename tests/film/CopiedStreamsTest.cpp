@@ -99,8 +99,7 @@ TEST_F(CopiedStreams, CoverPicturesStayWhereTheyCan) {
   EXPECT_EQ(attached[1].packets, std::vector{picture});
   EXPECT_EQ(attached[1].fileName, "cover.png");
 
-  EXPECT_THAT(steady("clip.mp4", "steady.mov"),
-              HasSubstr("cover picture 1 (png) is left out, since .mov files"));
+  EXPECT_THAT(steady("clip.mp4", "steady.mov"), HasSubstr("cover picture 1 (png) is left out, since .mov files"));
   EXPECT_EQ(StreamsOf(folder / "steady.mov").size(), 1u);
 }
 

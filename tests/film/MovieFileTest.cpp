@@ -1,3 +1,4 @@
+#include "film/Failure.h"
 #include "film/MovieFile.h"
 
 #include "film/CommandLineFixture.h"
