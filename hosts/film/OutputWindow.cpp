@@ -74,7 +74,8 @@ void OutputWindow::displayZoomed(Effect& effect) {
   const int borderWidth = border.brx - border.tlx + 1, borderHeight = border.bry - border.tly + 1;
   const int cx = border.tlx + borderWidth / 2, cy = border.tly + borderHeight / 2;
   const double zoom = ZoomOf(effect);
-  const Matrix centring = translation(width / 2 - cx, height / 2 - cy);
+  const int dx = width / 2 - cx, dy = height / 2 - cy;
+  const Matrix centring = translation(dx, dy);
   const bool valid = border.IsValid();
   if (planner.compensatingMotion()->originLocation == 4) {
     display = valid ? scale(zoom) * centring : scale(zoom);

@@ -90,9 +90,9 @@ const Shape& shapeFor(char letter) {
     all.fill(shapeOf(unknown));
     all[' '] = {{}, blankWidth};
     for (const Glyph& glyph : glyphs) {
-      all[static_cast<size_t>(glyph.letter)] = shapeOf(glyph.strokes);
-      if (glyph.letter >= 'a' && glyph.letter <= 'z')
-        all[static_cast<size_t>(glyph.letter - 'a' + 'A')] = shapeOf(glyph.strokes);
+      const auto code = static_cast<unsigned char>(glyph.letter);
+      all[code] = shapeOf(glyph.strokes);
+      if (code >= 'a' && code <= 'z') all[code + 'A' - 'a'] = shapeOf(glyph.strokes);
     }
     return all;
   }();
