@@ -251,7 +251,7 @@ TEST_F(CommandLineTest, WrongUsageHasItsOwnStatus) {
   EXPECT_EQ(run({"--help"}).status, 0);
   const Outcome help = run({"stabilize", "--help"});
   EXPECT_EQ(help.status, 0);
-  EXPECT_THAT(help.out, testing::HasSubstr("--fields auto|top|bottom|none "));
+  EXPECT_THAT(help.out, testing::HasSubstr("--fields auto|top|bottom|none\n"));
   EXPECT_THAT(help.out, testing::Not(testing::HasSubstr(":{"))) << "each choice is told once";
 }
 

@@ -2,6 +2,7 @@
 #include "film/MovieFile.h"
 
 #include "film/CommandLineFixture.h"
+#include "film/Failure.h"
 #include "film/MadeClips.h"
 
 namespace film {
