@@ -236,7 +236,7 @@ class PannedImage : public FxImage {
 
 class PannedClip : public FxTemporalImageAPI {
  public:
-  explicit PannedClip(std::vector<std::vector<float>>& clipFrames) : frames(clipFrames) {}
+  explicit PannedClip(std::vector<std::vector<float>>& panned) : frames(panned) {}
   bool getSourceBitmap(std::unique_ptr<FxImage>*, const FxRenderInfo&, double) override { return false; }
   bool getInputBitmap(std::unique_ptr<FxImage>* bitmap, const FxRenderInfo&, double atTime) override {
     *bitmap = std::make_unique<PannedImage>(frames[static_cast<size_t>(atTime)]);
