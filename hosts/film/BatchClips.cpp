@@ -5,6 +5,7 @@
 #include <filesystem>
 #include <map>
 
+#include "film/Container.h"
 #include "film/Failure.h"
 
 namespace film {
@@ -46,15 +47,21 @@ void add(const BatchClip& clip, std::vector<BatchClip>* clips) {
   if (!known) clips->push_back(clip);
 }
 
+/// A film of a kind that can be read but not written becomes one that takes every codec and sound.
+fs::path outputName(const std::string& clip) {
+  fs::path name = fs::path(clip).filename();
+  return Container::IsKnown(clip) ? name : name.replace_extension(".mkv");
+}
+
 void nameOutputs(const std::string& outFolder, std::vector<BatchClip>* clips) {
   std::map<std::string, std::string> taken;
   for (BatchClip& clip : *clips) {
     if (!clip.error.empty()) continue;
-    clip.out = (fs::path(outFolder) / fs::path(clip.path).filename()).string();
+    clip.out = (fs::path(outFolder) / outputName(clip.path)).string();
     const auto [earlier, isNew] = taken.emplace(clip.out, clip.path);
     if (!isNew)
-      throw Failure(earlier->second + " and " + clip.path + " have the same name, and only one could become " +
-                        clip.out + "; rename one, or run them with different -O",
+      throw Failure(earlier->second + " and " + clip.path + " would both become " + clip.out +
+                        "; rename one, or run them with different -O",
                     kUsage);
   }
 }

@@ -14,7 +14,8 @@ struct BatchClip {
 
 /// The clips that a command line names. A folder stands for the video files in it, by their names' endings, in the
 /// order of their names and without those in folders within it. What is named twice is taken once. A folder without
-/// clips comes back with an error. `outFolder`: where each clip's file gets the clip's name; empty for none.
+/// clips comes back with an error. `outFolder`: where each clip's file gets the clip's name, with the ending .mkv where
+/// films can't be written under its own; empty for none.
 ///
 /// Fails with the status for wrong usage where two clips would write the same file.
 std::vector<BatchClip> FindBatchClips(const std::vector<std::string>& named, const std::string& outFolder);

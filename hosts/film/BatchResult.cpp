@@ -125,7 +125,7 @@ nlohmann::ordered_json DescribeResults(const std::vector<BatchResult>& results) 
     if (result.state == BatchResult::Failed) row["error"] = result.error;
     if (result.state == BatchResult::Done) {
       if (!result.clip.out.empty()) row["out"] = result.clip.out;
-      for (const char* key : {"frames", "events", "zoom", "warnings"})
+      for (const char* key : {"frames", "events", "zoom", "warnings", "notes"})
         if (const nlohmann::json* member = memberOf(result, key)) row[key] = *member;
       row["seconds"] = std::round(result.seconds * 10) / 10;
     }

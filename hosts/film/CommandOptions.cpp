@@ -30,6 +30,47 @@ CLI::Validator between(double least, double most) {
           ""};
 }
 
+constexpr const char* encodingGroup = "Encoding, which follows the clip unless told otherwise";
+
+void addCodecOptions(CLI::App* command, EncoderOptions* encoder) {
+  std::string codecs;
+  for (const std::string& name : CodecNames()) codecs += (codecs.empty() ? "" : "|") + name;
+  command->add_option("--codec", encoder->codec, "what OUT is encoded as; the clip's own codec unless given")
+      ->type_name(codecs)
+      ->group(encodingGroup);
+  command
+      ->add_option(
+          "--crf", encoder->crf,
+          "quality with h264 and hevc, and up to 63 with vp9 and av1: 0 best, 17 looks lossless (about what is "
+          "used unless given), 51 worst")
+      ->type_name("0..51")
+      ->check(between(0, 63))
+      ->group(encodingGroup);
+}
+
+/// What else may become of the pictures.
+void addFilmOptions(CLI::App* command, EncoderOptions* encoder) {
+  command
+      ->add_flag("--lossless", encoder->lossless,
+                 "every code comes back, at many times the size: with h264, hevc, vp9, av1, ffv1 and the codecs named "
+                 "after it that know nothing else")
+      ->excludes("--crf")
+      ->group(encodingGroup);
+  command
+      ->add_flag("--alpha", encoder->alpha,
+                 "keep the area that --rendering natural leaves empty transparent: prores (the default then), png and "
+                 "qtrle in a .mov, ffv1 in a .mkv, vp9 in a .webm")
+      ->group(encodingGroup);
+  command
+      ->add_option("--encoder-option", encoder->extras,
+                   "an option of the encoder's own, such as tune=grain; may be given again")
+      ->type_name("NAME=VALUE")
+      ->expected(1)
+      ->allow_extra_args(false)
+      ->multi_option_policy(CLI::MultiOptionPolicy::TakeAll)
+      ->group(encodingGroup);
+}
+
 }  // namespace
 
 void RefuseEmptyValues(CLI::App* app) {
@@ -65,13 +106,16 @@ void AddDocumentOptions(CLI::App* command, Arguments* arguments) {
       ->type_name("FILE");
   command->add_flag("--until-change", arguments->session.untilChange,
                     "use a clip whose size or pixel format changes up to there");
-  command
-      ->add_option("--fields", arguments->session.fields,
-                   "which field of an interlaced frame comes first, none for progressive frames, auto to find out; "
-                   "stays until changed")
+  AddFieldsOption(command, &arguments->session.fields,
+                  "which field of an interlaced frame comes first, none for progressive frames, auto to find out; "
+                  "stays until changed");
+  AddRunOptions(command, arguments);
+}
+
+void AddFieldsOption(CLI::App* command, std::string* fields, const std::string& help) {
+  command->add_option("--fields", *fields, help)
       ->check(CLI::IsMember({"auto", "top", "bottom", "none"}).description(""))
       ->type_name("auto|top|bottom|none");
-  AddRunOptions(command, arguments);
 }
 
 void AddSettingOptions(CLI::App* command, Arguments* arguments) {
@@ -140,40 +184,8 @@ void AddRenderOptions(CLI::App* command, Arguments* arguments) {
         return name.empty() ? "the name of the file to write is empty; give one that ends in .mp4" : "";
       });
   command->add_flag("--force", arguments->render.force, "replace OUT if it exists");
-  EncoderOptions& encoder = arguments->render.encoder;
-  const char* group = "Encoding, which follows the clip unless told otherwise";
-  std::string codecs;
-  for (const std::string& name : CodecNames()) codecs += (codecs.empty() ? "" : "|") + name;
-  command->add_option("--codec", encoder.codec, "what OUT is encoded as; the clip's own codec unless given")
-      ->type_name(codecs)
-      ->group(group);
-  command
-      ->add_option(
-          "--crf", encoder.crf,
-          "quality with h264 and hevc, and up to 63 with vp9 and av1: 0 best, 17 looks lossless (about what is "
-          "used unless given), 51 worst")
-      ->type_name("0..51")
-      ->check(between(0, 63))
-      ->group(group);
-  command
-      ->add_flag("--lossless", encoder.lossless,
-                 "every code comes back, at many times the size: with h264, hevc, vp9, av1, ffv1 and the codecs named "
-                 "after it that know nothing else")
-      ->excludes("--crf")
-      ->group(group);
-  command
-      ->add_flag("--alpha", encoder.alpha,
-                 "keep the area that --rendering natural leaves empty transparent: prores (the default then), png and "
-                 "qtrle in a .mov, ffv1 in a .mkv, vp9 in a .webm")
-      ->group(group);
-  command
-      ->add_option("--encoder-option", encoder.extras,
-                   "an option of the encoder's own, such as tune=grain; may be given again")
-      ->type_name("NAME=VALUE")
-      ->expected(1)
-      ->allow_extra_args(false)
-      ->multi_option_policy(CLI::MultiOptionPolicy::TakeAll)
-      ->group(group);
+  addCodecOptions(command, &arguments->render.encoder);
+  addFilmOptions(command, &arguments->render.encoder);
   AddPresetOption(command, arguments);
 }
 

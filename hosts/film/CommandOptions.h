@@ -14,6 +14,8 @@ void AddRunOptions(CLI::App* command, Arguments* arguments);
 /// The clip's document, with the options of a run; `AddClipOptions` adds the clip to them.
 void AddDocumentOptions(CLI::App* command, Arguments* arguments);
 void AddClipOptions(CLI::App* command, Arguments* arguments);
+/// The order of an interlaced clip's fields.
+void AddFieldsOption(CLI::App* command, std::string* fields, const std::string& help);
 /// The effect's settings.
 void AddSettingOptions(CLI::App* command, Arguments* arguments);
 /// A short look at half size.

@@ -36,7 +36,7 @@ void tellAnalysedBefore(Session& session, const SessionOptions& options) {
     std::printf("%s: analysed before; --again analyses it anew\n", options.clip.c_str());
   if (options.progress == ProgressStyle::Json) {
     session.effect().showFirstFrame();
-    PrintSummary(session, options.clip, session.contents().identity.frames, 0.0, {});
+    PrintSummary(session, {options.clip, session.contents().identity.frames});
   }
 }
 
@@ -59,7 +59,7 @@ ExitStatus Analyse(const SessionOptions& options, const std::string& tracks) {
   if (!rate) return Cancelled(KeptAnalysis(session));
   if (file) file->finish();
   const std::vector<Warning> warnings = TellWarnings(session);
-  PrintSummary(session, options.clip, session.contents().identity.frames, *rate, warnings);
+  PrintSummary(session, {options.clip, session.contents().identity.frames, *rate, warnings});
   return kDone;
 }
 

@@ -27,6 +27,7 @@ struct ExportOptions {
 struct CompareOptions {
   std::string a, b;
   std::string layout = "side";  ///< or "split" or "difference"
+  std::string fields;           ///< of both: "top", "bottom" or "none"; else each clip tells
 };
 
 struct PresetsOptions {

@@ -1,7 +1,9 @@
 #include <cstdio>
+#include <optional>
 
 #include "film/Commands.h"
 #include "film/Comparison.h"
+#include "film/Fields.h"
 #include "film/Interrupt.h"
 #include "film/OutputFile.h"
 #include "film/RunFiles.h"
@@ -10,9 +12,12 @@
 namespace film {
 namespace {
 
-ClipContents scan(const std::string& path, int threads) {
+ClipContents scan(const std::string& path, const std::string& fields, int threads) {
   ClipContents contents = ScanClip(path, {.threads = threads, .progress = [](int) { return !Interrupted(); }});
   if (!contents.warning.empty()) std::fprintf(stderr, "orvane: %s\n", contents.warning.c_str());
+  const std::optional<AVFieldOrder> wanted = FieldOrderOf(fields);
+  contents.format.fieldOrder = wanted ? *wanted : DetectFieldOrder(path);
+  contents.planes.interlaced = contents.format.interlaced();
   return contents;
 }
 
@@ -39,8 +44,8 @@ CompareLayout layoutNamed(const std::string& name) {
 ExitStatus Compare(const CompareOptions& options, const RenderOptions& render, ProgressStyle style) {
   CheckOutput(render.out, render.force);
   const OutputFile trial(render.out);
-  FrameSource first(scan(options.a, render.encoder.threads), render.encoder.threads);
-  FrameSource second(scan(options.b, render.encoder.threads), render.encoder.threads);
+  FrameSource first(scan(options.a, options.fields, render.encoder.threads), render.encoder.threads);
+  FrameSource second(scan(options.b, options.fields, render.encoder.threads), render.encoder.threads);
   const ClipContents &a = first.contents(), &b = second.contents();
   checkComparable(a, b);
   const int turns = QuarterTurns(options.a);

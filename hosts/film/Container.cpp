@@ -46,8 +46,9 @@ std::string endingOf(const std::string& path) {
 }
 
 const AVOutputFormat* filmKind(const std::string& ending) {
-  // By that name the library would choose the stream of MPEG-1, which has no place for MPEG-2's sound.
-  if (ending == ".mpg" || ending == ".mpeg") return av_guess_format("vob", nullptr, nullptr);
+  // By these names the library would choose the stream of MPEG-1, which has no place for MPEG-2's sound, or that of
+  // video discs.
+  if (ending == ".mpg" || ending == ".mpeg" || ending == ".vob") return av_guess_format("vob", nullptr, nullptr);
   const AVOutputFormat* kind = av_guess_format(nullptr, ("film" + ending).c_str(), nullptr);
   const bool known = kind && std::any_of(std::begin(filmKinds), std::end(filmKinds),
                                          [&](const char* name) { return std::strcmp(name, kind->name) == 0; });
@@ -89,6 +90,8 @@ Container::Container(const std::string& path) : muxer(filmKind(endingOf(path))),
                       AnyOf({std::begin(usualEndings), std::end(usualEndings)}),
                   kUsage);
 }
+
+bool Container::IsKnown(const std::string& path) { return filmKind(endingOf(path)) != nullptr; }
 
 bool Container::isQuickTime() const { return isOneOf(muxer->name, {"mp4", "mov", "ipod", "3gp", "3g2"}); }
 

@@ -13,6 +13,9 @@ class Container {
   /// The kind that goes by the name's ending. Fails when there is none that holds films.
   explicit Container(const std::string& path);
 
+  /// Whether there is a kind of file for films that goes by the name's ending.
+  static bool IsKnown(const std::string& path);
+
   const AVOutputFormat& format() const { return *muxer; }
   /// The name's ending, such as ".mp4".
   const std::string& ending() const { return suffix; }

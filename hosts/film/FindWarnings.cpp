@@ -1,7 +1,11 @@
 #include <algorithm>
 #include <cmath>
 #include <iterator>
+#include <map>
+#include <optional>
+#include <utility>
 
+#include "film/FrameNumbers.h"
 #include "film/Report.h"
 #include "film/SceneChange.h"
 #include "film/Warnings.h"
@@ -12,52 +16,73 @@
 namespace film {
 namespace {
 
-std::vector<float> confidencesOf(const Session& session, const MotionConfidenceSet& set) {
-  const size_t frames = static_cast<size_t>(session.contents().identity.frames);
-  std::vector<float> confidences(frames, 1.0f);
-  const int last = set.index.empty() ? 0 : *std::max_element(set.index.begin(), set.index.end());
-  const int each = last >= static_cast<int>(frames) ? 2 : 1;  // an analysis by fields counts two a frame
-  for (size_t i = 0; i < set.index.size(); ++i) {
-    const int frame = set.index[i] / each;
-    if (set.index[i] < 0 || frame >= static_cast<int>(frames)) continue;
-    float& confidence = confidences[static_cast<size_t>(frame)];
-    confidence = std::min(confidence, set.confidence[i]);
+/// Of each picture that was analysed, frame or field.
+std::map<int, float> confidencesByNumber(const MotionConfidenceSet& set) {
+  std::map<int, float> confidences;
+  for (size_t i = 0; i < set.index.size(); ++i) confidences.emplace(set.index[i], set.confidence[i]);
+  return confidences;
+}
+
+/// Of each frame: that of the less certain one of its fields, if it has some.
+std::vector<float> confidencesOf(const Session& session, const std::map<int, float>& byNumber) {
+  const FrameNumbers frames(session.contents());
+  std::vector<float> confidences(static_cast<size_t>(session.contents().identity.frames), 1.0f);
+  for (const auto& [number, confidence] : byNumber) {
+    const int frame = number < 0 ? -1 : frames.of(number);
+    if (frame < 0 || frame >= static_cast<int>(confidences.size())) continue;
+    float& least = confidences[static_cast<size_t>(frame)];
+    least = std::min(least, confidence);
   }
   return confidences;
 }
 
-/// How far the picture moved to each frame, in pixels: the most of four points half-way to the corners, where the fit
-/// is firmer than at these. Negative without usable motion; empty for an analysis by fields.
-std::vector<Step> stepsOf(const Session& session, const SerialisedMotion& stored,
-                          const std::vector<float>& confidences) {
-  const Vorn::HomographySet& motion = *stored.getMotion();
-  const int frames = session.contents().identity.frames;
-  if (motion.end >= frames) return {};
-  const double x = session.contents().format.width / 4.0, y = session.contents().format.height / 4.0;
-  std::vector<Step> steps(static_cast<size_t>(frames));
-  for (int frame = 1; frame < frames; ++frame) {
-    const Vorn::Matrix* h = nullptr;
-    if (!motion.Get(frame, h) || confidences[static_cast<size_t>(frame)] <= usableConfidence) continue;
-    const Vorn::Matrix& m = *h;
-    double farthest = 0;
-    for (const double cx : {-x, x})
-      for (const double cy : {-y, y}) {
-        const double w = m(2, 0) * cx + m(2, 1) * cy + m(2, 2);
-        farthest = std::max(farthest, std::hypot((m(0, 0) * cx + m(0, 1) * cy + m(0, 2)) / w - cx,
-                                                 (m(1, 0) * cx + m(1, 1) * cy + m(1, 2)) / w - cy));
-      }
-    steps[static_cast<size_t>(frame)] = {farthest, m(0, 2) / m(2, 2), m(1, 2) / m(2, 2)};
+/// What takes pixels of the picture `numbers` before to this one, of frames or of fields, which have a frame's size.
+/// Nothing where some of the motion between isn't known.
+std::optional<Vorn::Matrix> motionTo(int number, int numbers, const Vorn::HomographySet& motion,
+                                     const std::map<int, float>& confidences) {
+  Vorn::Matrix whole = Vorn::Matrix::GetIdentity(3);
+  for (int each = number - numbers + 1; each <= number; ++each) {
+    const Vorn::Matrix* step = nullptr;
+    const auto confidence = confidences.find(each);
+    if (!motion.Get(each, step) || (confidence != confidences.end() && confidence->second <= usableConfidence))
+      return std::nullopt;
+    whole = *step * whole;
   }
+  return whole;
+}
+
+/// The most of four points half-way to the corners, where the fit is firmer than at these.
+Step stepOf(const Vorn::Matrix& m, const VideoFormat& format) {
+  const double x = format.width / 4.0, y = format.height / 4.0;
+  double farthest = 0;
+  for (const double cx : {-x, x})
+    for (const double cy : {-y, y}) {
+      const double w = m(2, 0) * cx + m(2, 1) * cy + m(2, 2);
+      farthest = std::max(farthest, std::hypot((m(0, 0) * cx + m(0, 1) * cy + m(0, 2)) / w - cx,
+                                               (m(1, 0) * cx + m(1, 1) * cy + m(1, 2)) / w - cy));
+    }
+  return {farthest, m(0, 2) / m(2, 2), m(1, 2) / m(2, 2)};
+}
+
+/// How far the picture moved to each frame, or in an interlaced clip to its first field from that of the frame before.
+/// Negative without usable motion.
+std::vector<Step> stepsOf(const Session& session, const SerialisedMotion& stored,
+                          const std::map<int, float>& confidences) {
+  const FrameNumbers numbers(session.contents());
+  std::vector<Step> steps(static_cast<size_t>(session.contents().identity.frames));
+  for (int frame = 1; frame < static_cast<int>(steps.size()); ++frame)
+    if (const auto motion = motionTo(numbers.firstOf(frame), numbers.firstOf(1), *stored.getMotion(), confidences))
+      steps[static_cast<size_t>(frame)] = stepOf(*motion, session.contents().format);
   return steps;
 }
 
-bool isZoomAsked(Session& session) {
-  return static_cast<int>(session.effect().parameters().find(kZoomType)->value) == ZoomVariable;
-}
+int settingOf(Session& session, unsigned id) { return static_cast<int>(session.effect().parameters().find(id)->value); }
+
+bool isZoomAsked(Session& session) { return settingOf(session, kZoomType) == ZoomVariable; }
 
 std::vector<Warning> cropWarnings(Session& session) {
   const MotionProcessorFCPX* planner = session.effect().plugIn().ObjC_MP.get();
-  if (!planner) return {};
+  if (!planner || settingOf(session, kRenderingType) == RenderComplete) return {};  // that takes no crop
   if (planner->goodCrop())
     return isZoomAsked(session) ? std::vector<Warning>() : ZoomWarnings(ZoomOf(session.effect()));
   Warning warning{"noCrop", 0, {}, ""};
@@ -76,6 +101,12 @@ void append(std::vector<Warning>* all, std::vector<Warning> more) {
   all->insert(all->end(), std::make_move_iterator(more.begin()), std::make_move_iterator(more.end()));
 }
 
+/// With the clip's name before each text.
+std::vector<Warning> named(const Session& session, std::vector<Warning> warnings) {
+  for (Warning& warning : warnings) warning.text.insert(0, session.contents().path + ": ");
+  return warnings;
+}
+
 }  // namespace
 
 std::vector<Warning> FindWarnings(Session& session) {
@@ -87,8 +118,9 @@ std::vector<Warning> FindWarnings(Session& session) {
   std::vector<float> confidences;
   std::vector<Step> steps;
   if (analysed) {
-    confidences = confidencesOf(session, *motion->getConfidence());
-    steps = stepsOf(session, *motion, confidences);
+    const std::map<int, float> byNumber = confidencesByNumber(*motion->getConfidence());
+    confidences = confidencesOf(session, byNumber);
+    steps = stepsOf(session, *motion, byNumber);
   }
   append(&all, RepeatWarnings(RepeatedFrames(frames, steps), static_cast<int>(frames.size())));
   append(&all, GapWarnings(frames));
@@ -99,8 +131,9 @@ std::vector<Warning> FindWarnings(Session& session) {
     }));
     append(&all, cropWarnings(session));
   }
-  for (Warning& warning : all) warning.text.insert(0, session.contents().path + ": ");
-  return all;
+  return named(session, std::move(all));
 }
+
+std::vector<Warning> FindPlanWarnings(Session& session) { return named(session, cropWarnings(session)); }
 
 }  // namespace film

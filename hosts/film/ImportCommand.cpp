@@ -44,7 +44,7 @@ ExitStatus Import(const SessionOptions& options, const std::string& given) {
   if (!result->good) failToImport(session, package, *result);
   tell(session, package, *result);
   const std::vector<Warning> warnings = TellWarnings(session);
-  PrintSummary(session, options.clip, session.contents().identity.frames, 0.0, warnings);
+  PrintSummary(session, {options.clip, session.contents().identity.frames, 0, warnings});
   return kDone;
 }
 

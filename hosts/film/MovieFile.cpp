@@ -36,8 +36,6 @@ int movieTicks(const AVFormatContext& output, AVRational timeBase) {
   return common <= most ? static_cast<int>(common) : own;
 }
 
-bool endsIn(const std::string& name, const char* ending) { return name == ending; }
-
 /// Whether each picture of the clip is one field of a film; to this host they are whole frames.
 bool holdsSingleFields(const std::string& path) {
   ClipReader reader(path, 1);
@@ -178,9 +176,9 @@ void MovieFile::remarkOnLosses(AVRational timeBase) {
     lost.push_back("the rotation is left out, since " + kind.ending() +
                    " files have no place for it; a name ending in .mov or .mp4 keeps it");
   const bool coded = !MetadataText(film->metadata, "timecode").empty();
-  if (coded && !kind.isQuickTime() && !kind.isMatroska() && !endsIn(kind.ending(), ".mxf"))
+  if (coded && !kind.isQuickTime() && !kind.isMatroska() && kind.ending() != ".mxf")
     lost.push_back("the time code is left out, since " + kind.ending() + " files have no place for it");
-  if (output->nb_chapters > 0 && !kind.isQuickTime() && !kind.isMatroska() && !endsIn(kind.ending(), ".nut"))
+  if (output->nb_chapters > 0 && !kind.isQuickTime() && !kind.isMatroska() && kind.ending() != ".nut")
     lost.push_back("the chapters are left out, since " + kind.ending() + " files have no place for them");
   if (av_cmp_q(film->time_base, timeBase) != 0 && !isCounted(clip, timeBase))
     lost.push_back("the pictures' own times are left out, since " + kind.ending() +
@@ -210,7 +208,7 @@ void MovieFile::writeHeader() {
     av_dict_set_int(&options, "video_track_timescale", clock.num == 1 ? clock.den : 0, 0);
     av_dict_set_int(&options, "movie_timescale", movieTicks(*output, clock), 0);
   }
-  if (endsIn(kind.ending(), ".m2ts") || endsIn(kind.ending(), ".mts"))
+  if (kind.ending() == ".m2ts" || kind.ending() == ".mts")
     av_dict_set(&options, "mpegts_m2ts_mode", "1", 0);  // it would go by the temporary name
   const int result = avformat_write_header(output.get(), &options);
   av_dict_free(&options);

@@ -39,11 +39,11 @@ class OverlayWriter {
 
   bool hasAll() const { return complete; }
 
-  double finish() {
+  Made finish() {
     movie.finish();
     progress.finish();
     tellNotes();
-    return progress.rate();
+    return {render.out, span.count(), progress.rate(), {}, movie.notes()};
   }
 
  private:
@@ -85,8 +85,8 @@ class OverlayWriter {
   std::atomic<bool> complete = false;  // asked by the thread that may cancel the analysis
 };
 
-/// The frames a second, or nothing when the user cancelled.
-std::optional<double> drawSpan(Session& session, const RenderOptions& render, const Span& span) {
+/// Nothing when the user cancelled.
+std::optional<Made> drawSpan(Session& session, const RenderOptions& render, const Span& span) {
   OverlayWriter writer(session, render, span);
   session.watchAnalysis([](int) {}, [&] { return Interrupted() || writer.hasAll(); },
                         [&](int number, const SharedPicture& picture, const TrackerEstimator& analysis) {
@@ -111,9 +111,9 @@ ExitStatus Overlay(const SessionOptions& options, const RenderOptions& render) {
   }
   session.trySettings();
   session.effect().showFirstFrame();
-  const std::optional<double> rate = drawSpan(session, render, span);
-  if (!rate) return Cancelled("nothing was written to " + render.out);
-  PrintSummary(session, render.out, span.count(), *rate, {});
+  const std::optional<Made> made = drawSpan(session, render, span);
+  if (!made) return Cancelled("nothing was written to " + render.out);
+  PrintSummary(session, *made);
   return kDone;
 }
 

@@ -129,7 +129,7 @@ AVStream& PacketCopier::addStreams(const Container& container, const AVCodecPara
   for (unsigned i = 0; i < input->nb_streams; ++i)
     input->streams[i]->discard = targets.count(static_cast<int>(i)) ? AVDISCARD_DEFAULT : AVDISCARD_ALL;
   ended = targets.empty();
-  if (!film) throw Failure("the clip's video stream is gone; was the file changed? Try again");
+  if (!film) throw Failure(std::string(input->url) + ": its video stream is gone; was the file changed? Try again");
   return *film;
 }
 

@@ -23,8 +23,8 @@ size_t tellNotes(const MovieWriter& movie, const std::string& out, size_t first)
   return movie.notes().size();
 }
 
-/// Renders a span of frames into a file; the frames a second, or nothing when the user cancelled.
-std::optional<double> renderSpan(Session& session, const RenderOptions& render, const Span& span) {
+/// Renders a span of frames into a file; nothing when the user cancelled.
+std::optional<Made> renderSpan(Session& session, const RenderOptions& render, const Span& span) {
   Progress progress(session.progressStyle(), ProgressStream(session.progressStyle()), "Rendering", span.count());
   SharedPicture picture = session.effect().render(span.first);
   const ClipContents written = writtenContents(render, session.contents());
@@ -46,7 +46,7 @@ std::optional<double> renderSpan(Session& session, const RenderOptions& render, 
   movie.finish();
   progress.finish();
   tellNotes(movie, render.out, told);
-  return progress.rate();
+  return Made{render.out, span.count(), progress.rate(), {}, movie.notes()};
 }
 
 /// What the user should know after an analysis, with the zoom that will be used.
@@ -62,9 +62,10 @@ std::vector<Warning> limitZoomAndTell(Session& session) {
 
 ExitStatus renderAndTell(Session& session, const RenderOptions& render, const Span& span,
                          const std::vector<Warning>& warnings) {
-  const std::optional<double> rate = renderSpan(session, render, span);
-  if (!rate) return Cancelled("nothing was written to " + render.out);
-  PrintSummary(session, render.out, span.count(), *rate, warnings);
+  std::optional<Made> made = renderSpan(session, render, span);
+  if (!made) return Cancelled("nothing was written to " + render.out);
+  made->warnings = warnings;
+  PrintSummary(session, *made);
   return kDone;
 }
 
@@ -83,7 +84,7 @@ ExitStatus Render(const SessionOptions& options, const RenderOptions& render) {
                  "analyses all\n",
                  options.clip.c_str());
   session.limitZoom();
-  return renderAndTell(session, render, span, {});
+  return renderAndTell(session, render, span, TellPlanWarnings(session));
 }
 
 ExitStatus Stabilise(const SessionOptions& options, const RenderOptions& render) {
@@ -103,6 +104,7 @@ ExitStatus Stabilise(const SessionOptions& options, const RenderOptions& render)
     warnings = limitZoomAndTell(session);
   } else {
     session.limitZoom();
+    warnings = TellPlanWarnings(session);
   }
   return renderAndTell(session, render, span, warnings);
 }

@@ -4,6 +4,7 @@
 #include <cstdio>
 
 #include "film/Fields.h"
+#include "film/FrameNumbers.h"
 #include "film/Warnings.h"
 #include "planning/MotionProcessorFCPX.h"
 #include "plugin/SerialisedMotion.h"
@@ -13,24 +14,10 @@ namespace {
 
 using Json = nlohmann::ordered_json;
 
-// What the planner takes for broken.
-constexpr float lowConfidence = 0.1f;
-
 const char* kindOf(const MotionInterval& event) {
   if (event.motion_type == MotionStill) return "hold";
   return event.motion_type == MotionBroken ? "broken" : "move";
 }
-
-/// The effect counts an interlaced clip's fields, two a frame and one more at its end.
-class FrameNumbers {
- public:
-  explicit FrameNumbers(const ClipContents& contents)
-      : each(contents.format.interlaced() ? 2 : 1), last(contents.identity.frames - 1) {}
-  int of(int number) const { return each == 1 ? number : std::min(number / each, last); }
-
- private:
-  int each, last;
-};
 
 Json describeEvents(const std::vector<MotionInterval>& events, const FrameNumbers& frames) {
   Json list = Json::array();
@@ -50,7 +37,7 @@ Json describeRanges(const Vorn::MultiRange& ranges, const FrameNumbers& frames) 
 Json lowConfidenceFrames(const MotionConfidenceSet& confidence, const FrameNumbers& frames) {
   Json list = Json::array();
   for (size_t i = 0; i < confidence.index.size(); ++i) {
-    if (confidence.confidence[i] > lowConfidence) continue;
+    if (confidence.confidence[i] > usableConfidence) continue;
     const int frame = frames.of(confidence.index[i]);
     if (list.empty() || list.back() != frame) list.push_back(frame);
   }
@@ -83,10 +70,6 @@ void describePlan(Session& session, Json* description) {
   (*description)["border"] = {{"left", border.tlx},          {"top", border.tly},
                               {"right", border.brx},         {"bottom", border.bry},
                               {"found", planner.goodCrop()}, {"zoomToFill", std::max(ratios.x, ratios.y)}};
-}
-
-std::string countText(int count, const char* one, const char* many) {
-  return std::to_string(count) + " " + (count == 1 ? one : many);
 }
 
 void addCount(const std::vector<MotionInterval>& events, int* holds, int* moves, int* broken) {
@@ -149,8 +132,8 @@ std::string EventText(const Effect& effect) {
     addCount(*planner->eventsY(), &holds, &moves, &broken);
   }
   if (holds + moves + broken == 0) return "no events";
-  std::string text = countText(holds, "hold", "holds") + ", " + countText(moves, "move", "moves");
-  if (broken > 0) text += ", " + countText(broken, "broken stretch", "broken stretches");
+  std::string text = Counted(holds, "hold", "holds") + ", " + Counted(moves, "move", "moves");
+  if (broken > 0) text += ", " + Counted(broken, "broken stretch", "broken stretches");
   return text;
 }
 
@@ -189,7 +172,7 @@ Json DescribeEffect(Session& session) {
 
 std::string TextOf(const Json& description) {
   const Json& clip = description["clip"];
-  std::string text = clip["path"].get<std::string>() + ": " + countText(clip["frames"], "frame", "frames") + ", " +
+  std::string text = clip["path"].get<std::string>() + ": " + Counted(clip["frames"], "frame", "frames") + ", " +
                      clip["width"].dump() + " x " + clip["height"].dump() + ", " + rounded(clip["fps"]) +
                      " frames a second" +
                      (clip["fields"] == "none" ? "" : ", " + clip["fields"].get<std::string>() + " field first") + "\n";

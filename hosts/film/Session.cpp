@@ -53,6 +53,7 @@ Session::Session(SessionOptions sessionOptions)
       platform(TerminalPlatform::UserLanguage()) {
   openDocument();
   applyThreads();
+  checkZoomLimit();
 }
 
 void Session::openDocument() {
@@ -137,6 +138,17 @@ void Session::limitZoom() {
   const nlohmann::json before = current->parameters().numbers();
   findSmoothing();
   if (current->parameters().numbers() != before) save();
+}
+
+void Session::checkZoomLimit() const {
+  if (!options.maxZoom) return;
+  const auto wanted = [this](unsigned id) {
+    double value = current->parameters().find(id)->value;
+    for (const SettingChange& change : options.changes)
+      if (change.id == id) value = change.value;
+    return static_cast<int>(value);
+  };
+  CheckZoomLimit(wanted, options.clip);
 }
 
 void Session::findSmoothing() {

@@ -37,6 +37,7 @@ class Session {
   static std::string DocumentPath(const SessionOptions& options);
 
   /// Reads the clip and its document, if there is one. With `again` a document that can't be used is as good as none.
+  /// Fails with the status for wrong usage where the limit of the zoom doesn't go with the settings.
   explicit Session(SessionOptions options);
 
   Effect& effect() { return *current; }
@@ -92,6 +93,7 @@ class Session {
   void keep(const Stored& before);
   void save() const;
   void keepIndex() const;
+  void checkZoomLimit() const;
   void findSmoothing();
   void applyThreads() const;
 

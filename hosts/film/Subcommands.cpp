@@ -12,8 +12,10 @@ namespace {
 
 void addOutFolder(CLI::App* command, Arguments* arguments) {
   command
-      ->add_option("-O,--out-dir", arguments->batch.outFolder,
-                   "the folder for the films of several clips, each named like its clip; made unless it is there")
+      ->add_option(
+          "-O,--out-dir", arguments->batch.outFolder,
+          "the folder for the films of several clips, each named like its clip, but .mkv where its own kind of "
+          "file can't be written; made unless it is there")
       ->type_name("DIR")
       ->excludes("--out");
 }
@@ -110,6 +112,10 @@ void addCompare(CLI::App* app, Arguments* arguments) {
                    "they differ, black where they are alike; side unless given")
       ->type_name("side|split|difference")
       ->check(CLI::IsMember({"side", "split", "difference"}).description(""));
+  AddFieldsOption(
+      command, &arguments->compare.fields,
+      "which field of an interlaced frame comes first in both clips, none for progressive frames; auto, to find out "
+      "for each, unless given");
   AddRunOptions(command, arguments);
   command->callback([arguments] {
     arguments->run = [=] { return Compare(arguments->compare, arguments->render, arguments->session.progress); };

@@ -20,20 +20,6 @@ struct Stretch {
   int length() const { return last - first + 1; }
 };
 
-std::vector<Stretch> stretchesWithoutMotion(const std::vector<float>& confidences) {
-  std::vector<Stretch> stretches;
-  for (int frame = 0; frame < static_cast<int>(confidences.size()); ++frame) {
-    if (confidences[static_cast<size_t>(frame)] > usableConfidence) continue;
-    if (stretches.empty() || stretches.back().last != frame - 1) stretches.push_back({frame, frame});
-    stretches.back().last = frame;
-  }
-  return stretches;
-}
-
-std::string counted(int count, const std::string& one, const std::string& many) {
-  return std::to_string(count) + " " + (count == 1 ? one : many);
-}
-
 /// "12, 40 to 48, 60 and 3 more".
 std::string listText(const std::vector<Stretch>& stretches) {
   constexpr size_t shown = 8;
@@ -55,6 +41,13 @@ std::vector<Stretch> stretchesOf(const std::vector<int>& frames) {
   return stretches;
 }
 
+std::vector<Stretch> stretchesWithoutMotion(const std::vector<float>& confidences) {
+  std::vector<int> without;
+  for (size_t frame = 0; frame < confidences.size(); ++frame)
+    if (confidences[frame] <= usableConfidence) without.push_back(static_cast<int>(frame));
+  return stretchesOf(without);
+}
+
 Warning cutWarning(const std::vector<Stretch>& cuts) {
   Warning warning{"cuts", static_cast<int>(cuts.size()), {}, ""};
   std::vector<Stretch> places;
@@ -72,7 +65,7 @@ Warning lowConfidenceWarning(const std::vector<Stretch>& stretches) {
   for (const Stretch& stretch : stretches)
     for (int frame = stretch.first; frame <= stretch.last; ++frame) warning.places.push_back(frame);
   warning.count = static_cast<int>(warning.places.size());
-  warning.text = "no usable motion in " + counted(warning.count, "frame", "frames") + " (" + listText(stretches) +
+  warning.text = "no usable motion in " + Counted(warning.count, "frame", "frames") + " (" + listText(stretches) +
                  "), which " + (warning.count == 1 ? "stays" : "stay") +
                  " as filmed; blur, darkness or something close to the lens may be why";
   return warning;
@@ -109,6 +102,10 @@ double paceAround(const std::vector<IndexedFrame>& frames, size_t i) {
 }
 
 }  // namespace
+
+std::string Counted(int count, const std::string& one, const std::string& many) {
+  return std::to_string(count) + " " + (count == 1 ? one : many);
+}
 
 std::vector<Warning> MotionWarnings(const std::vector<float>& confidences, const std::vector<Step>& steps,
                                     const std::function<bool(int frame)>& changes) {
@@ -149,7 +146,7 @@ std::vector<Warning> RepeatWarnings(const std::vector<int>& repeated, int frames
   const int count = static_cast<int>(repeated.size());
   if (count == 0 || count >= frames - 1) return {};  // a still picture is meant to stand
   return {{"repeatedFrames", count, repeated,
-           counted(count, "frame repeats", "frames repeat") + " the picture before (" +
+           Counted(count, "frame repeats", "frames repeat") + " the picture before (" +
                listText(stretchesOf(repeated)) +
                "), so that the motion stops there; use the camera's own file, or take the repeats out first"}};
 }
@@ -168,7 +165,7 @@ std::vector<Warning> GapWarnings(const std::vector<IndexedFrame>& frames) {
   shown.reserve(places.size());
   for (const int place : places) shown.push_back({place, place});
   return {{"droppedFrames", missing, places,
-           counted(missing, "frame is", "frames are") + " missing by the time stamps, before " +
+           Counted(missing, "frame is", "frames are") + " missing by the time stamps, before " +
                (places.size() == 1 ? "frame " : "frames ") + listText(shown) +
                "; the motion jumps there, use the camera's own file if it has them"}};
 }

@@ -50,6 +50,12 @@ std::vector<Warning> ZoomWarnings(double zoom);
 /// All of a session's clip, once it is analysed and its effect has shown a frame.
 std::vector<Warning> FindWarnings(Session& session);
 
+/// Those of them that follow from the settings: of the crop and of the zoom.
+std::vector<Warning> FindPlanWarnings(Session& session);
+
+/// "1 frame", "2 frames".
+std::string Counted(int count, const std::string& one, const std::string& many);
+
 /// For programs: a list of objects with "kind", "count", "frames" and "text".
 nlohmann::ordered_json DescribeWarnings(const std::vector<Warning>& warnings);
 

@@ -30,20 +30,20 @@ std::string text(double zoom) {
   return digits;
 }
 
-void checkZoomFollowsSmoothing(Effect& effect, const std::string& path) {
-  if (valueOf(effect, kRenderingType) != RenderZoom)
-    throw Failure(path + ": --max-zoom needs --rendering zoom; give that too, or leave --max-zoom away", kUsage);
-  if (valueOf(effect, kZoomType) == ZoomVariable)
-    throw Failure(path + ": --max-zoom needs --zoom-type full or fit; with variable the zoom is --zoom-amount", kUsage);
-  if (valueOf(effect, kGlobalMode) != GlobalSmooth)
-    throw Failure(path + ": --max-zoom lowers the smoothing, which only --global-mode smooth has; give that too",
+}  // namespace
+
+void CheckZoomLimit(const std::function<int(unsigned id)>& valueOf, const std::string& clip) {
+  if (valueOf(kRenderingType) != RenderZoom)
+    throw Failure(clip + ": --max-zoom needs --rendering zoom; give that too, or leave --max-zoom away", kUsage);
+  if (valueOf(kZoomType) == ZoomVariable)
+    throw Failure(clip + ": --max-zoom needs --zoom-type full or fit; with variable the zoom is --zoom-amount", kUsage);
+  if (valueOf(kGlobalMode) != GlobalSmooth)
+    throw Failure(clip + ": --max-zoom lowers the smoothing, which only --global-mode smooth has; give that too",
                   kUsage);
 }
 
-}  // namespace
-
 ZoomLimit LimitZoom(Effect& effect, const std::string& clip, double most) {
-  checkZoomFollowsSmoothing(effect, clip);
+  CheckZoomLimit([&](unsigned id) { return valueOf(effect, id); }, clip);
   effect.showFirstFrame();
   ZoomLimit limit;
   limit.smoothingBefore = valueOf(effect, kGlobalSmoothing);

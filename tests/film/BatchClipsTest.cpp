@@ -39,6 +39,15 @@ TEST_F(BatchClipsTest, EachFilmIsNamedLikeItsClip) {
   EXPECT_EQ(clips[1].out, "out/gone.mp4");  // its own run tells that it is missing
 }
 
+TEST_F(BatchClipsTest, AClipOfAKindThatIsOnlyReadBecomesMatroska) {
+  const auto clips = FindBatchClips({"a.dv", "b.m2v", "c.OGV", "d.y4m", "e.vob", "f.mpg", "g"}, "out");
+  std::vector<std::string> films;
+  for (const BatchClip& clip : clips) films.push_back(clip.out);
+  EXPECT_THAT(films,
+              ElementsAre("out/a.mkv", "out/b.mkv", "out/c.mkv", "out/d.mkv", "out/e.vob", "out/f.mpg", "out/g.mkv"));
+  EXPECT_THROW(FindBatchClips({"a.dv", "a.mkv"}, "out"), Failure);
+}
+
 TEST_F(BatchClipsTest, AClipThatIsNamedTwiceIsTakenOnce) {
   make("a.mp4");
   EXPECT_EQ(FindBatchClips({folder / "a.mp4", folder / "", folder / "./a.mp4"}, "out").size(), 1u);
@@ -53,9 +62,9 @@ TEST_F(BatchClipsTest, TwoClipsOfOneNameAreToldBeforeAnythingIsLost) {
     FAIL();
   } catch (const Failure& failure) {
     EXPECT_EQ(failure.status, kUsage);
-    EXPECT_EQ(std::string(failure.what()), folder / "a.mp4" + " and " + (folder / "x/a.mp4") +
-                                               " have the same name, and only one could become out/a.mp4; rename one, "
-                                               "or run them with different -O");
+    EXPECT_EQ(std::string(failure.what()),
+              folder / "a.mp4" + " and " + (folder / "x/a.mp4") +
+                  " would both become out/a.mp4; rename one, or run them with different -O");
   }
   EXPECT_EQ(FindBatchClips({folder / "a.mp4", folder / "x/a.mp4"}, "").size(), 2u);  // an analysis writes no films
 }

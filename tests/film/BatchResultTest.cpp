@@ -10,7 +10,8 @@ std::vector<BatchResult> ThreeClips() {
   results[0].clip = {"in/a.mp4", "out/a.mp4", ""};
   results[0].state = BatchResult::Done;
   results[0].seconds = 75.2;
-  results[0].hear({{"done", "out/a.mp4"}, {"frames", 200}, {"events", "2 holds, 1 move"}, {"zoom", 1.1}});
+  results[0].hear(
+      {{"done", "out/a.mp4"}, {"frames", 200}, {"events", "2 holds, 1 move"}, {"zoom", 1.1}, {"notes", {"no sound"}}});
   results[1].clip = {"in/b.mp4", "out/b.mp4", ""};
   results[1].state = BatchResult::Failed;
   results[1].error = "in/b.mp4: not a video";
@@ -54,7 +55,7 @@ TEST(BatchResult, ProgramsGetTheSame) {
   EXPECT_EQ(all["failed"], 1);
   EXPECT_EQ(all["clips"][0].dump(),
             R"({"clip":"in/a.mp4","status":"done","out":"out/a.mp4","frames":200,"events":"2 holds, 1 move",)"
-            R"("zoom":1.1,"seconds":75.2})");
+            R"("zoom":1.1,"notes":["no sound"],"seconds":75.2})");
   EXPECT_EQ(all["clips"][1].dump(), R"({"clip":"in/b.mp4","status":"failed","error":"in/b.mp4: not a video"})");
 }
 

@@ -11,6 +11,7 @@
 
 #include "film/ChildRun.h"
 #include "film/CommandLineFixture.h"
+#include "film/MadeClips.h"
 
 namespace film {
 namespace {
@@ -56,6 +57,19 @@ TEST_F(BatchTest, OneClipThatFailsDoesNotStopTheOthers) {
   // The settings reached the runs.
   const json shown = json::parse(run({"show", folder / "in/a.mp4", "--json"}).out);
   EXPECT_EQ(shown["settings"]["global-mode"], "cancel");
+}
+
+TEST_F(BatchTest, ClipsOfEveryKindThatAFolderOffersAreWritten) {
+  std::filesystem::create_directory(folder / "in");
+  MakeClip(folder / "in/a.dv", 4, "-vf scale=720:576 -pix_fmt yuv420p -c:v dvvideo");
+  MakeClip(folder / "in/b.m2v", 4, "-c:v mpeg2video");
+  MakeClip(folder / "in/c.vob", 4, "-c:v mpeg2video -f vob");
+  MakeClip(folder / "in/d.y4m", 4, "-pix_fmt yuv420p");
+  MakeClip(folder / "in/e.ogv", 4, "-c:v libtheora");
+  const Outcome outcome = runProgram({"stabilise", folder / "in", "-O", folder / "steady", "--quiet"});
+  EXPECT_EQ(outcome.status, 0) << outcome.err;
+  for (const char* name : {"a.mkv", "b.mkv", "c.vob", "d.mkv", "e.mkv"})
+    EXPECT_EQ(ScanClip(folder / "steady" + ("/" + std::string(name))).identity.frames, 4) << name;
 }
 
 TEST_F(BatchTest, FilmsThatAreThereStayUnlessForced) {
@@ -106,7 +120,7 @@ TEST_F(BatchTest, WrongUsageIsToldBeforeAnyWork) {
   expectRefusal({"stabilise", clip, in, "-O", folder / "x", "-j", "0"}, 2, "--jobs", "--help");
   expectRefusal({"stabilise", clip, in, "-O", folder / "x", "--smoothing", "0"}, 2, "--smoothing 0", "from 1 to 100");
   std::filesystem::copy_file(clip, folder / "in/clip.mp4");
-  expectRefusal({"stabilise", clip, in, "-O", folder / "x"}, 2, "in/clip.mp4", "have the same name");
+  expectRefusal({"stabilise", clip, in, "-O", folder / "x"}, 2, "in/clip.mp4", "would both become");
   EXPECT_FALSE(std::filesystem::exists(folder / "x"));
 }
 

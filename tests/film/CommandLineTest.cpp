@@ -255,6 +255,15 @@ TEST_F(CommandLineTest, WrongUsageHasItsOwnStatus) {
   EXPECT_THAT(help.out, testing::Not(testing::HasSubstr(":{"))) << "each choice is told once";
 }
 
+TEST_F(CommandLineTest, HelpNamesEachValueOnce) {
+  for (const char* command : {"stabilise", "analyse", "render", "plan", "show", "convert", "compare", "overlay",
+                              "presets", "import", "export", "parameters", "sample"}) {
+    const Outcome help = run({command, "--help"});
+    EXPECT_EQ(help.status, 0);
+    EXPECT_THAT(help.out, testing::AllOf(HasSubstr("--help"), testing::Not(HasSubstr(":{")))) << command;
+  }
+}
+
 TEST_F(CommandLineTest, AnEmptyValueIsNoValue) {
   for (const char* option : {"--smoothing", "--from", "--seed", "--effect", "--log", "--codec", "--preset", "--out",
                              "--out-dir", "--encoder-option"})

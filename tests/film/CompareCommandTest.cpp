@@ -2,6 +2,8 @@
 #include <gtest/gtest.h>
 
 #include "film/CommandLineFixture.h"
+#include "film/Fields.h"
+#include "film/MadeClips.h"
 
 namespace film {
 namespace {
@@ -45,6 +47,22 @@ TEST_F(CompareCommandTest, AClipDoesNotDifferFromItself) {
   ASSERT_EQ(run({"compare", clip, clip, "-o", out, "--layout", "difference", "--crf", "4", "--quiet"}).status, 0);
   for (const auto& frame : framesOf(out))
     for (size_t i = 0; i < frame.size(); i += 4 * 97) EXPECT_NEAR(frame[i + 1], 0.0f, 0.01);
+}
+
+TEST_F(CompareCommandTest, FieldsAreFoundWhereOnlyTheFileTellsThem) {
+  const std::string made = folder / "fields.mov";
+  MakeClip(made, 3, "-vf setfield=bff,format=yuv420p -flags +ildct+ilme -c:v utvideo");
+  ASSERT_EQ(DetectFieldOrder(made), AV_FIELD_BB);
+  ASSERT_EQ(ScanClip(made).format.fieldOrder, AV_FIELD_PROGRESSIVE) << "the frames themselves don't tell";
+  const std::string compared = folder / "compared.mov";
+  const auto orderWith = [&](std::vector<std::string> more) {
+    more.insert(more.begin(), {"compare", made, made, "-o", compared, "--force", "--codec", "h264", "--quiet"});
+    EXPECT_EQ(run(more).status, 0);
+    return DetectFieldOrder(compared);
+  };
+  EXPECT_EQ(orderWith({}), AV_FIELD_BB);
+  EXPECT_EQ(orderWith({"--fields", "top"}), AV_FIELD_TT);
+  EXPECT_EQ(orderWith({"--fields", "none"}), AV_FIELD_PROGRESSIVE);
 }
 
 TEST_F(CompareCommandTest, WhatCantBeComparedIsTold) {

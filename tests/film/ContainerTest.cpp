@@ -11,7 +11,8 @@ namespace {
 TEST(Container, NamesThatAreNoFilmsAreRefused) {
   for (const char* name : {"a", "a.xyz", "a.mp3", "a.png", "a.wav", "a.gif", "a.srt"})
     EXPECT_THROW(Container{name}, Failure) << name;
-  for (const char* name : {"a.mp4", "a.MOV", "a.m4v", "a.mkv", "a.webm", "a.ts", "a.mts", "a.mpg", "a.avi", "a.mxf"})
+  for (const char* name :
+       {"a.mp4", "a.MOV", "a.m4v", "a.mkv", "a.webm", "a.ts", "a.mts", "a.mpg", "a.vob", "a.avi", "a.mxf"})
     EXPECT_NO_THROW(Container{name}) << name;
 }
 

@@ -1,4 +1,6 @@
 // What lies beside the film in a clip: attached files, cover pictures, further films, and sound that begins before it.
+#include <nlohmann/json.hpp>
+
 #include "film/CommandLineFixture.h"
 #include "film/MadeClips.h"
 
@@ -77,6 +79,19 @@ TEST_F(CopiedStreams, AttachedFilesStayInMatroskaAndAreNamedElsewhere) {
   EXPECT_THAT(steady("clip.mkv", "steady.mp4"), AllOf(HasSubstr("attachment stream 1 ("), HasSubstr("is left out, "
                                                                                                     "since .mp4")));
   EXPECT_EQ(StreamsOf(folder / "steady.mp4").size(), 1u);
+}
+
+TEST_F(CopiedStreams, ProgramsAreToldInTheSummaryWhatIsLeftOut) {
+  WriteAll(folder / "Letters.ttf", "not really a font");
+  RunFfmpeg(film + codec + "-frames:v 6 -attach '" + folder / "Letters.ttf" +
+            "' -metadata:s:t mimetype=application/x-truetype-font '" + folder / "clip.mkv" + "'");
+  for (const char* command : {"stabilise", "render", "overlay"}) {
+    const std::string lines =
+        run({command, folder / "clip.mkv", "-o", out, "--force", "--preset", "ultrafast", "--progress", "json"}).out;
+    const auto summary = nlohmann::json::parse(lines.substr(lines.rfind("{\"done\"")));
+    ASSERT_EQ(summary["notes"].size(), 1u) << summary.dump();
+    EXPECT_THAT(summary["notes"][0].get<std::string>(), testing::StartsWith("attachment stream 1 ("));
+  }
 }
 
 TEST_F(CopiedStreams, CoverPicturesStayWhereTheyCan) {

@@ -1,4 +1,5 @@
 // Clips whose frames are made of two fields, from the file to the steady file.
+#include <functional>
 #include <nlohmann/json.hpp>
 
 #include "film/CommandLineFixture.h"
@@ -29,7 +30,9 @@ ClipContents InterlacedContents(AVFieldOrder order) {
   return contents;
 }
 
-void WriteInterlacedClip(const std::string& path, AVFieldOrder order) {
+/// `luma`: of a field at a pixel of the frame.
+void WriteInterlacedClip(const std::string& path, AVFieldOrder order,
+                         const std::function<float(int field, double x, double y)>& luma) {
   EncoderOptions options;
   options.crf = 4;
   options.preset = "ultrafast";
@@ -43,7 +46,7 @@ void WriteInterlacedClip(const std::string& path, AVFieldOrder order) {
       const int field = 2 * number + (y % 2 == second ? 1 : 0);
       for (int x = 0; x < width; ++x) {
         float* argb = picture->samples.data() + 4 * (static_cast<size_t>(y) * width + x);
-        argb[1] = argb[2] = argb[3] = FieldScene(x + FieldX(field), y + FieldY(field));
+        argb[1] = argb[2] = argb[3] = luma(field, x, y);
       }
     }
     movie.write(std::move(picture));
@@ -94,7 +97,12 @@ std::vector<std::string> FlagsOf(const std::string& path) {
 
 class InterlacedClip : public CommandLineTest, public testing::WithParamInterface<AVFieldOrder> {
  protected:
-  InterlacedClip() { WriteInterlacedClip(clip, GetParam()); }
+  InterlacedClip() {
+    writeFrames([](int field, double x, double y) { return FieldScene(x + FieldX(field), y + FieldY(field)); });
+  }
+  void writeFrames(const std::function<float(int field, double x, double y)>& luma) const {
+    WriteInterlacedClip(clip, GetParam(), luma);
+  }
 
   nlohmann::json saved() const { return nlohmann::json::parse(ReadAll(document)); }
   static Outcome with(std::vector<std::string> arguments) {
@@ -261,6 +269,40 @@ TEST_P(InterlacedClip, APartOfTheFieldsIsNoWholeAnalysis) {
   EXPECT_TRUE(session.effect().holdsAnalysis());
   EXPECT_FALSE(session.effect().holdsWholeAnalysis());
   EXPECT_EQ(session.effect().analysedFrames(), (frames + 4) / 2);
+}
+
+TEST_P(InterlacedClip, WarningsOfAPartCountFramesToo) {
+  ASSERT_EQ(run({"analyse", clip, "--quiet"}).status, 0);
+  nlohmann::json part = saved();
+  nlohmann::json& motion = part["archives"]["101"];
+  for (const char* last : {"end", "range0_last"}) motion[last] = 11;  // as if cancelled before half
+  ASSERT_EQ(motion["conf_end"], fields);
+  motion["conf_end"] = 11;
+  motion["conf_val9"] = 0.0;
+  WriteAll(document, part.dump());
+  const auto told = nlohmann::json::parse(run({"show", clip, "--json"}).out);
+  EXPECT_EQ(told["lowConfidence"], nlohmann::json::parse("[4]"));
+  ASSERT_EQ(told["warnings"].size(), 1u) << told["warnings"].dump();
+  EXPECT_EQ(told["warnings"][0]["frames"], nlohmann::json::parse("[4]"));
+}
+
+TEST_P(InterlacedClip, APictureWithoutTextureIsToldAsSuch) {
+  writeFrames([](int, double, double) { return 0.5f; });
+  const std::string lines = run({"analyse", clip, "--progress", "json"}).out;
+  const auto told = nlohmann::json::parse(lines.substr(lines.rfind("{\"done\"")));
+  ASSERT_EQ(told["warnings"].size(), 1u);
+  EXPECT_EQ(told["warnings"][0]["kind"], "noMotion");
+}
+
+TEST_P(InterlacedClip, AFrameThatRepeatsAmidMotionIsTold) {
+  // Its fields are those of the frame before, coded anew.
+  const auto filmed = [](int field) { return field / 2 < 8 ? field : field - 2; };
+  writeFrames([&](int field, double x, double y) { return FieldScene(x + 1.5 * filmed(field), y); });
+  const std::string lines = run({"analyse", clip, "--progress", "json"}).out;
+  const auto told = nlohmann::json::parse(lines.substr(lines.rfind("{\"done\"")));
+  ASSERT_EQ(told["warnings"].size(), 1u) << told["warnings"].dump();
+  EXPECT_EQ(told["warnings"][0]["kind"], "repeatedFrames");
+  EXPECT_EQ(told["warnings"][0]["frames"], nlohmann::json::parse("[8]"));
 }
 
 TEST_P(InterlacedClip, APreviewIsOfWholeFrames) {

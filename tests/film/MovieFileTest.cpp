@@ -1,4 +1,3 @@
-#include "film/Failure.h"
 #include "film/MovieFile.h"
 
 #include "film/CommandLineFixture.h"

@@ -13,6 +13,7 @@ namespace {
 using nlohmann::json;
 using testing::AllOf;
 using testing::HasSubstr;
+using testing::Not;
 
 class PlanCommandTest : public CommandLineTest {
  protected:
@@ -193,32 +194,64 @@ TEST_F(PlanCommandTest, ThePreviewOfAVariableRateLastsTenSecondsToo) {
   EXPECT_EQ(ScanClip(out).identity.frames, 50 + 10);
 }
 
+/// Further than the frame is wide.
+void WritePan(const std::string& pan) {
+  EncoderOptions options;
+  options.crf = 8;
+  options.preset = "ultrafast";
+  options.threads = 1;
+  MovieWriter movie(pan, TestContents(clipWidth, clipHeight), MovieSpan{}, options);
+  PicturePool pool(clipWidth, clipHeight);
+  for (int number = 0; number < 25; ++number) {
+    SharedPicture picture = TestPicture(pool, number);
+    for (int y = 0; y < clipHeight; ++y)
+      for (int x = 0; x < clipWidth; ++x) {
+        float* argb = picture->samples.data() + 4 * (static_cast<size_t>(y) * clipWidth + x);
+        argb[1] = argb[2] = argb[3] = SceneLuma(x + 10.0 * number, y);
+      }
+    movie.write(std::move(picture));
+  }
+  movie.finish();
+}
+
 TEST_F(PlanCommandTest, ACropThatCantBeFoundIsTold) {
   const std::string pan = folder / "pan.mp4";
-  {
-    EncoderOptions options;
-    options.crf = 8;
-    options.preset = "ultrafast";
-    options.threads = 1;
-    MovieWriter movie(pan, TestContents(clipWidth, clipHeight), MovieSpan{}, options);
-    PicturePool pool(clipWidth, clipHeight);
-    for (int number = 0; number < 25; ++number) {
-      SharedPicture picture = TestPicture(pool, number);
-      for (int y = 0; y < clipHeight; ++y)
-        for (int x = 0; x < clipWidth; ++x) {
-          float* argb = picture->samples.data() + 4 * (static_cast<size_t>(y) * clipWidth + x);
-          argb[1] = argb[2] = argb[3] = SceneLuma(x + 10.0 * number, y);  // further than the frame is wide
-        }
-      movie.write(std::move(picture));
-    }
-    movie.finish();
-  }
+  WritePan(pan);
   const Outcome locked = run({"plan", pan, "--global-mode", "cancel", "--progress", "none"});
   EXPECT_THAT(locked.out, AllOf(HasSubstr("(no border was found)"),
                                 HasSubstr("warning: " + pan +
                                           ": no part of the picture is seen by every frame once all are locked "
                                           "onto the first, so nothing is cropped or zoomed; use --global-mode "
                                           "smooth, or cut the clip to the part that stays in view\n")));
+}
+
+TEST_F(PlanCommandTest, WhatTheSettingsDoIsToldWithAStoredAnalysisToo) {
+  const std::string pan = folder / "pan.mp4",
+                    told = "orvane: " + pan + ": no part of the picture is seen by every frame";
+  WritePan(pan);
+  ASSERT_EQ(run({"analyse", pan, "--global-mode", "none", "--quiet"}).status, 0);
+  const std::vector<std::string> more{"-o", out, "--force", "--preset", "ultrafast", "--progress", "lines"};
+  const auto with = [&](std::vector<std::string> arguments) {
+    arguments.insert(arguments.end(), more.begin(), more.end());
+    return run(arguments).err;
+  };
+  EXPECT_THAT(with({"stabilise", pan}), Not(HasSubstr(told)));
+  EXPECT_THAT(with({"stabilise", pan, "--global-mode", "cancel"}), HasSubstr(told));
+  EXPECT_THAT(with({"render", pan}), HasSubstr(told));
+  EXPECT_THAT(with({"render", pan, "--rendering", "complete"}), Not(HasSubstr(told))) << "that takes no crop";
+  const std::string lines = run({"render", pan, "-o", out, "--force", "--rendering", "zoom", "--progress", "json"}).out;
+  EXPECT_EQ(json::parse(lines.substr(lines.rfind("{\"done\"")))["warnings"][0]["kind"], "noCrop");
+}
+
+TEST_F(PlanCommandTest, ALimitThatDoesNotGoWithTheSettingsIsToldBeforeTheAnalysis) {
+  for (const char* command : {"stabilise", "overlay"}) {
+    expectRefusal({command, clip, "-o", out, "--max-zoom", "1.1", "--rendering", "crop"}, 2, clip,
+                  "needs --rendering zoom");
+    expectRefusal({command, clip, "-o", out, "--max-zoom", "1.1", "--global-mode", "cancel"}, 2, clip,
+                  "--global-mode smooth");
+  }
+  expectRefusal({"plan", clip, "--max-zoom", "1.1", "--zoom-type", "variable"}, 2, clip, "--zoom-amount");
+  EXPECT_FALSE(std::filesystem::exists(document));
 }
 
 TEST_F(PlanCommandTest, WarningsAreToldOnceAfterTheAnalysis) {
