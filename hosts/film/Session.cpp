@@ -216,7 +216,7 @@ void Session::openAnew() {
 
 std::optional<ProjectImport> Session::importProject(const std::string& package) {
   const nlohmann::json before = current->parameters().numbers();
-  const std::optional<ProjectImport> result = current->importProject(package);
+  std::optional<ProjectImport> result = current->importProject(package);
   if (!result) return result;
   // What was measured on other fields stays in the document until there is something to take its place.
   if (result->motionReplaced || (current->parameters().numbers() != before && otherFields.empty())) save();

@@ -94,9 +94,10 @@ void QuasiAffineArrayOpt::GetElementError(unsigned long stripe, int rowsPerStrip
     double* row = residuals.data() + indexOf(y);
     for (int x = region.tlx; x <= region.brx; ++x) {
       double px = 0, py = 0;
+      double& e = row[x - region.tlx];
+      e = 0;
       if (!project(params, x, y, px, py)) continue;
-      const double e = residualAt(px, py, x, y);
-      row[x - region.tlx] = e;
+      e = residualAt(px, py, x, y);
       squares += e * e;
       ++count;
     }

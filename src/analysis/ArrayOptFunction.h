@@ -27,8 +27,8 @@ class ArrayOptFunction : public Vorn::LeastSquaresFunction {
   double GetError(const std::vector<double>& params, std::vector<double>& residuals) override;
 
   /// The residuals of stripe `stripe`, that is, of the region's `rowsPerStripe` rows from row `stripe` *
-  /// `rowsPerStripe` on, as far as the region goes, into their places in `residuals`; pixels that don't count stay as
-  /// they are. Adds to `validCount` and `totalError`. Safe to call from several threads for different stripes.
+  /// `rowsPerStripe` on, as far as the region goes, into their places in `residuals`; 0 for pixels that don't count.
+  /// Adds to `validCount` and `totalError`. Safe to call from several threads for different stripes.
   virtual void GetElementError(unsigned long stripe, int rowsPerStripe, const std::vector<double>& params,
                                std::vector<double>& residuals) = 0;
   /// The Jacobian's rows for the same pixels; those of pixels that don't count stay as they are.

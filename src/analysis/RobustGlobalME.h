@@ -67,7 +67,7 @@ class RobustGlobalME {
   /// Aligns the two frames by their grey values, from the coarsest level of the pyramids to the finest, starting from
   /// the similarity of the frame before. `result` becomes a similarity in pixels about the frame's centre, `confidence`
   /// 1 for equal images and 0 where they differ by `qualityMax` (a mean squared difference). False where a level stays
-  /// too far from agreement, with `result` the identity and `confidence` 0, and without pyramids, with both untouched.
+  /// too far from agreement, with `confidence` 0, and without pyramids; `result` is then the identity.
   bool DirectEstimate(int frame, Vorn::Matrix& result, float& confidence);
   /// Whether the frames, aligned by `m`, differ by a mean squared difference of at most `qualityMax`. False where they
   /// can't be compared: without pyramids, with less than a 3 by 3 matrix, or if no pixel stays inside.

@@ -45,6 +45,7 @@ Place Project(const double* m, int x, int y, float cx, float cy) {
 }  // namespace
 
 bool RobustGlobalME::DirectEstimate(int frame, Matrix& result, float& confidence) {
+  result = Matrix::GetIdentity(3);
   if (!currentPyramid || !previousPyramid) return false;
   QuasiAffineArrayOpt alignment;
   alignment.useCentre = true;
@@ -61,7 +62,6 @@ bool RobustGlobalME::DirectEstimate(int frame, Matrix& result, float& confidence
     error = minimiser.Optimise(params, false);
     const bool ended = minimiser.finished || minimiser.lambdaStuck;
     if (!(error <= (ended ? 0.5 : 0.25) * qualityMax)) {
-      result = Matrix::GetIdentity(3);
       confidence = 0.0f;
       return false;
     }

@@ -77,7 +77,7 @@ class RowCompositor {
     ReadRow(top, y + overlap.dy, CodeScale::ZeroBased, alphas);
     ReadRow(colours, y + overlap.dy, CodeScale::ZeroBased, codes);
     for (int x = overlap.left; x <= overlap.right; ++x) {
-      const auto from = static_cast<std::size_t>(x + overlap.dx);
+      const int from = x + overlap.dx;
       compose(OpacityOf(alphas[from][alpha], OpaqueCode(top)), codes[from], row[static_cast<std::size_t>(x)]);
     }
   }

@@ -73,6 +73,11 @@ void WalkSteepRising(const Walk& w, std::vector<Coordinate2D>& out) {
 
 int Mix(int under, int over, double share) { return static_cast<int>(std::lround(under + (over - under) * share)); }
 
+/// Whether the pixel at `value` on an axis lies before no end of the line and behind none.
+bool IsBetween(const Line& line, double Point2D::*axis, double value) {
+  return (!line.hasStart || value > line.start.*axis - 0.5) && (!line.hasStop || value < line.stop.*axis + 0.5);
+}
+
 }  // namespace
 
 void ImageDraw::GetBresenham(int x0, int y0, int x1, int y1, std::vector<Coordinate2D>& out) {
@@ -116,18 +121,22 @@ void ImageDraw::DrawLine(const Line& line, const Pixel& colour) {
   const int right = image->GetWidth() - 1, bottom = image->GetHeight() - 1;
   if (line.vertical) {
     const int x = static_cast<int>(std::lround(std::clamp(line.intercept, -1.0, right + 1.0)));
-    return DrawLine(x, 0, x, bottom, colour);
+    for (int y = 0; y <= bottom; ++y)
+      if (IsBetween(line, &Point2D::y, y)) composite(x, y, colour);
+    return;
   }
   // Walked along the axis on which it is longer, so that it has no gaps.
   if (std::fabs(line.slope) <= 1) {
     for (int x = 0; x <= right; ++x) {
       const double y = line.slope * x + line.intercept;
-      if (y > -0.5 && y < bottom + 0.5) composite(x, static_cast<int>(std::lround(y)), colour);
+      if (y > -0.5 && y < bottom + 0.5 && IsBetween(line, &Point2D::x, x))
+        composite(x, static_cast<int>(std::lround(y)), colour);
     }
   } else {
     for (int y = 0; y <= bottom; ++y) {
       const double x = (y - line.intercept) / line.slope;
-      if (x > -0.5 && x < right + 0.5) composite(static_cast<int>(std::lround(x)), y, colour);
+      if (x > -0.5 && x < right + 0.5 && IsBetween(line, &Point2D::x, x))
+        composite(static_cast<int>(std::lround(x)), y, colour);
     }
   }
 }

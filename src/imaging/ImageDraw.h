@@ -23,7 +23,7 @@ class ImageDraw {
   static void GetBresenham(int x0, int y0, int x1, int y1, std::vector<Coordinate2D>& out);
 
   void DrawLine(int x0, int y0, int x1, int y1, const Pixel& colour);
-  /// The part of an endless line that lies in the image.
+  /// The part of a line, ray or segment that lies in the image.
   void DrawLine(const Line& line, const Pixel& colour);
   /// A line `width` pixels wide, its ends cut square. With `antialias` its edges are blended by how much of a pixel
   /// they cover.

@@ -71,16 +71,17 @@ void SetCodeMean(Image& image, const Coordinate2D& cell, const Neighbours& known
   image.SetPixel(cell.x, cell.y, image.Limit(mean));
 }
 
-/// Where the line through (x, y) leaves the image, in whole pixels: by its top, bottom, left and right side.
+/// Where the line through (x, y) leaves the image, in whole pixels: by its top, bottom, left and right side. In single
+/// precision like the slope, so that what an upright or level line's slope is off by doesn't shift it by a pixel.
 std::vector<Coordinate2D> EndsOfLine(int x, int y, float slope, int w, int h) {
   std::vector<Coordinate2D> ends;
   for (const int side : {0, h - 1}) {
-    const double hit = x + (side - y) / static_cast<double>(slope);
-    if (hit >= 0 && hit <= w - 1) ends.emplace_back(static_cast<int>(hit), side);
+    const float hit = static_cast<float>(x) + static_cast<float>(side - y) / slope;
+    if (hit >= 0 && hit <= static_cast<float>(w - 1)) ends.emplace_back(static_cast<int>(hit), side);
   }
   for (const int side : {0, w - 1}) {
-    const double hit = y + (side - x) * static_cast<double>(slope);
-    if (hit >= 0 && hit <= h - 1) ends.emplace_back(side, static_cast<int>(hit));
+    const float hit = static_cast<float>(y) + static_cast<float>(side - x) * slope;
+    if (hit >= 0 && hit <= static_cast<float>(h - 1)) ends.emplace_back(side, static_cast<int>(hit));
   }
   return ends;
 }

@@ -1,6 +1,7 @@
 #include "rendering/VideoCompleter.h"
 
 #include <algorithm>
+#include <cstdint>
 #include <cstdlib>
 #include <cstring>
 
@@ -104,6 +105,7 @@ bool VideoCompleter::complete(Image* image, Image* matte, Matrix* projection, in
   Matrix toOutput = *projection;
   scaleToImage(image->GetWidth(), toOutput);
   completed = completable = 0;
+  background = {};
   frameNumber = number;
   frameWidth = image->GetWidth();
   frameHeight = image->GetHeight();
@@ -259,9 +261,12 @@ void VideoCompleter::getRange(int frame, int count, const std::vector<int>& fram
   std::vector<int> sorted = frames;
   std::sort(sorted.begin(), sorted.end());
   const int size = static_cast<int>(sorted.size());
-  const auto distance = [&](int i) { return i >= 0 && i < size ? std::abs(frame - sorted[i]) : 1000000; };
+  const auto distance = [&](int i) {
+    return i >= 0 && i < size ? std::abs(static_cast<std::int64_t>(frame) - sorted[i]) : std::int64_t{1000000};
+  };
   int first = 0;
-  for (int i = 0, best = 1000000; i < size; ++i) {
+  std::int64_t best = 1000000;
+  for (int i = 0; i < size; ++i) {
     if (distance(i) >= best) continue;
     best = distance(i);
     first = i;
@@ -269,7 +274,7 @@ void VideoCompleter::getRange(int frame, int count, const std::vector<int>& fram
   int last = first;
   if (count >= 2)
     for (int step = 0; step < std::min(count, size) && (first > 0 || last < size - 1); ++step)
-      distance(first - 1) < distance(last + 1) ? --first : ++last;
+      first > 0 && (last == size - 1 || distance(first - 1) < distance(last + 1)) ? --first : ++last;
   low = sorted[first];
   high = sorted[last];
 }

@@ -130,6 +130,7 @@ class VideoCompleter {
   int neighbourHood = 0;    ///< frames considered; each call sets it to its window's length
   bool mosaicWork = false;  ///< the frame in hand is filled from others
   bool doMosaic = false, transferPrevious = false, expaint = false;  ///< the three ways to fill
+  Vorn::PixelARGBSF background{};      ///< of a pixel that no way to fill knows anything of
   int completable = 0, completed = 0;  ///< pixels of the frame in hand that needed filling, and that others filled
   int previousFrameCompleted = 0;      ///< the frame kept in `previous`
   bool verbose = false;

@@ -67,7 +67,7 @@ void VideoCompleter::CompleteStripe(int first, int end) {
     fillFromCoverage(work);
   } else if (mosaicWork) {
     for (const Hole& hole : work.holes) {
-      PixelARGBSF pixel{};
+      PixelARGBSF pixel = background;
       if (!completePixel(work, hole.place(), pixel)) continue;
       fill(hole.x, hole.y, pixel);
       ++work.filled;
@@ -133,7 +133,7 @@ int VideoCompleter::fillFrom(Work& work, int frame) {
       *left++ = *hole;
       continue;
     }
-    PixelARGBSF pixel{};
+    PixelARGBSF pixel = background;
     if (!borrowFrom(*image, frame, at, pixel)) continue;
     fill(hole->x, hole->y, pixel);
     ++filled;

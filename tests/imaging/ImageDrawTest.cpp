@@ -90,6 +90,14 @@ TEST_F(ImageDrawTest, AnEndlessLineCrossesTheImage) {
   EXPECT_EQ(image.rows[3][4], 200);
 }
 
+TEST_F(ImageDrawTest, RaysAndSegmentsEndWhereTheyAreBound) {
+  using Vorn::Line, Vorn::Point2D;
+  draw.DrawLine(Line(Point2D(2, 1), Point2D(5, 1), true, true), ink);   // a level segment
+  draw.DrawLine(Line(Point2D(7, 2), Point2D(7, 4), true, true), ink);   // an upright one
+  draw.DrawLine(Line(Point2D(1, 4), Point2D(2, 5), true, false), ink);  // a slanted ray
+  EXPECT_EQ(Picture(), ".........\n..####...\n.......#.\n.......#.\n.#.....#.\n..#......\n...#.....\n");
+}
+
 TEST_F(ImageDrawTest, ABoxHasEachCellOfItsOutlineOnce) {
   draw.DrawBox(6, 5, 2, 1, Pixel(200, 128));  // translucent, so that a second coat would show
   int drawn = 0;

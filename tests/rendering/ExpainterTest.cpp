@@ -193,6 +193,21 @@ TEST_F(ExpainterMaskTest, AnEdgeIsDrawnIntoTheHole) {
   EXPECT_EQ(Cell(5, 2), 0);
 }
 
+TEST(ExpainterEdgeTest, AnUprightEdgeStaysInItsColumn) {
+  const int size = 64;
+  Picture picture(size, size);
+  std::vector<int> mask(size * size, 255);
+  std::fill(mask.begin(), mask.begin() + 20 * size, 0);  // the hole is above row 20
+  Expainter painter;
+  for (int x = 1; x < size - 1; ++x) {
+    std::list<Coordinate2D> edge;
+    std::vector<int> cells = mask;
+    painter.extendEdge(x, 20, 0.0f, cells.data(), picture.image, edge);
+    EXPECT_GE(edge.size(), 2U) << x;
+    for (const Coordinate2D& cell : edge) EXPECT_EQ(cell.x, x);
+  }
+}
+
 TEST_F(ExpainterMaskTest, AWalkEndsWhereItMeetsAnotherBarrier) {
   for (int y = 0; y < 7; ++y)
     for (int x = 4; x < 7; ++x) Cell(x, y) = 0;

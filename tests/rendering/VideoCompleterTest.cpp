@@ -532,6 +532,9 @@ TEST(VideoCompleter, TheRangeGrowsFromTheNearestFrame) {
   completer.getRange(15, 5, {7}, low, high);
   EXPECT_EQ(low, 7);
   EXPECT_EQ(high, 7);
+  completer.getRange(0, 2, {-2000000000, 0}, low, high);  // farther than what stands for a missing frame
+  EXPECT_EQ(low, -2000000000);
+  EXPECT_EQ(high, 0);
 }
 
 TEST(VideoCompleter, GainIsOfTheLumaAlone) {
