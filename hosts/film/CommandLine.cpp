@@ -110,6 +110,7 @@ int Main(int argc, const char* const* argv) {
   CLI::App app("Steadies shaky video.", "orvane");
   Arguments arguments;
   app.require_subcommand(1);
+  app.set_version_flag("--version", "orvane " ORVANE_VERSION, "Print the program's version and exit");
   app.failure_message([=](const CLI::App*, const CLI::Error& error) { return usageLine(error, argc, argv); });
   AddCommands(&app, &arguments);
   try {

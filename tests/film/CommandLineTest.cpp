@@ -255,6 +255,13 @@ TEST_F(CommandLineTest, WrongUsageHasItsOwnStatus) {
   EXPECT_THAT(help.out, testing::Not(testing::HasSubstr(":{"))) << "each choice is told once";
 }
 
+TEST_F(CommandLineTest, TheVersionIsToldWithoutACommand) {
+  const Outcome version = run({"--version"});
+  EXPECT_EQ(version.status, 0);
+  EXPECT_THAT(version.out, testing::MatchesRegex("orvane [0-9]+[.][0-9]+[.][0-9]+\n"));
+  EXPECT_EQ(version.err, "");
+}
+
 TEST_F(CommandLineTest, HelpNamesEachValueOnce) {
   for (const char* command : {"stabilise", "analyse", "render", "plan", "show", "convert", "compare", "overlay",
                               "presets", "import", "export", "parameters", "sample"}) {
