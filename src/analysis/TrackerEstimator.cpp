@@ -21,7 +21,7 @@ namespace {
 
 constexpr long long kFarthestFrame = 1'000'000'000;
 constexpr long long kFramesInGaps = 1 << 20;         // between the frames of a file; some ten hours of film
-constexpr long long kFramesWithoutMotion = 1 << 10;  // that a file's ranges may cover; a cut-off analysis leaves one
+constexpr long long kFramesWithoutMotion = 1 << 17;  // that a file's ranges may cover: an hour that broke off early
 
 /// Whether the frames from `start` to `end` can be those of a file that holds `number` of them. Planning and storing
 /// walk over all frames, so a damaged file of a few bytes could cost hours and all memory.

@@ -600,6 +600,14 @@ TEST_F(ProjectImport, FilesThatClaimMoreThanTheyHoldDoNoHarm) {
   Render(3);
 }
 
+TEST_F(ProjectImport, AnAnalysisThatBrokeOffEarlyIsTakenWithTheFramesThatItHas) {
+  Vorn::HomographySet early;
+  for (int frame = 0; frame < 10; ++frame) early.Set(frame, Vorn::Matrix::GetIdentity(3));
+  early.AppendRange(0, 99'999);
+  ASSERT_TRUE(early.Save((package + "/early.set").c_str()));
+  ExpectGood(Import(kSequence + "<motion>early.set</motion>" + kFilters));
+}
+
 TEST_F(ProjectImport, TheWidestSizeIsPlannedAtOnce) {
   ExpectGood(Import("<sequence width='65535' height='65535'></sequence>" + kMotion + kFilters));
   EXPECT_EQ(StoredSize(), std::make_pair(65535, 65535));
