@@ -172,7 +172,7 @@ TEST_F(ImportCommandTest, ABadProjectIsToldInOneLineAndCostsNothing) {
            {motion("."), "/.", "is a folder"},
            {motion("pipe"), "/pipe", "is a device or a pipe"},
            {motion("events.mfp"), "/events.mfp", "is no HSET file"},
-           {motion("motion-cut.set"), "/motion-cut.set", "damaged or cut short"},
+           {motion("motion-cut.set"), "/motion-cut.set", "damaged, cut short, or claims far more frames than it holds"},
            {motion(""), "/project.fpf", "names no file as its motion"},
            {motion("../beach.orvane/nothing"), "/../beach.orvane/nothing", "is missing"},
            {kSequence + kFilters, "/project.fpf", "<motion>"},
