@@ -13,6 +13,7 @@
 #include "film/BatchResult.h"
 #include "film/ChildRun.h"
 #include "film/Interrupt.h"
+#include "film/JsonText.h"
 
 namespace film {
 namespace {
@@ -93,7 +94,7 @@ class Batch {
     if (options.progress != ProgressStyle::Json) return;
     nlohmann::ordered_json told{{"clip", job->result->clip.path}};
     told.update(heard);
-    std::printf("%s\n", told.dump().c_str());
+    std::printf("%s\n", JsonText(told).c_str());
     std::fflush(stdout);
   }
 
@@ -179,7 +180,7 @@ class Batch {
   ExitStatus tell() {
     clearLine();
     if (options.progress == ProgressStyle::Json)
-      std::printf("%s\n", DescribeResults(results).dump().c_str());
+      std::printf("%s\n", JsonText(DescribeResults(results)).c_str());
     else if (options.progress != ProgressStyle::None && hadWork())
       std::printf("%s", TableText(results).c_str());
     const auto any = [&](BatchResult::State state) {

@@ -5,6 +5,7 @@
 #include <memory>
 
 #include "film/Interrupt.h"
+#include "film/JsonText.h"
 #include "film/ParameterTable.h"
 #include "film/Report.h"
 #include "film/RunFiles.h"
@@ -70,7 +71,8 @@ void print(const std::string& text) { std::fwrite(text.data(), 1, text.size(), s
 /// Tells what can be read of a file, and only then that it is damaged.
 ExitStatus showFile(const StoredFormat& format, const std::string& path, bool json) {
   const Description description = format.describe(path);
-  print(json ? description.dump(1) + "\n" : TextOf(format, path, description));
+  if (Interrupted()) return Cancelled("nothing was changed");
+  print(json ? JsonText(description, 1) + "\n" : TextOf(format, path, description));
   if (description["complete"]) return kDone;
   throw Failure(path + ": this " + format.name +
                 " file is damaged or was cut short, and only what could be read is told; get a whole copy of it");
@@ -83,13 +85,13 @@ ExitStatus Show(const SessionOptions& options, bool json) {
   Session session(options);
   if (session.effect().holdsAnalysis()) session.effect().showFirstFrame();
   const nlohmann::ordered_json description = DescribeEffect(session);
-  std::printf("%s", json ? (description.dump(1) + "\n").c_str() : TextOf(description).c_str());
+  std::printf("%s", json ? (JsonText(description, 1) + "\n").c_str() : TextOf(description).c_str());
   return kDone;
 }
 
 ExitStatus ShowParameters(bool json) {
   const nlohmann::ordered_json parameters = DescribeDeclaredParameters();
-  std::printf("%s", json ? (parameters.dump(1) + "\n").c_str() : TableOf(parameters).c_str());
+  std::printf("%s", json ? (JsonText(parameters, 1) + "\n").c_str() : TableOf(parameters).c_str());
   return kDone;
 }
 

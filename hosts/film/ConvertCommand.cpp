@@ -2,10 +2,12 @@
 #include <filesystem>
 
 #include "film/Commands.h"
+#include "film/Interrupt.h"
 #include "film/MemoryFile.h"
 #include "film/OutputFile.h"
 #include "film/RunFiles.h"
 #include "film/StoredFormat.h"
+#include "film/Summary.h"
 #include "film/Table.h"
 #include "numerics/Text.h"
 
@@ -81,6 +83,7 @@ ExitStatus Convert(const ConvertOptions& options) {
   CheckOutput(options.out, options.force);
   const StoredFormat& format = formatOf(options.in);
   const Description description = format.describe(options.in);
+  if (Interrupted()) return Cancelled("nothing was written to " + options.out);
   if (!description["complete"])
     throw Failure(options.in + ": this " + format.name +
                   " file is damaged or was cut short, and nothing is written; `orvane show` tells what is left of it");

@@ -1,4 +1,5 @@
 #include <cerrno>
+#include <filesystem>
 #include <functional>
 #include <optional>
 #include <utility>
@@ -8,9 +9,12 @@
 #include "film/MemoryFile.h"
 #include "film/OutputFile.h"
 #include "film/ProjectPackage.h"
+#include "film/StoredFormat.h"
 #include "planning/MotionProcessorFCPX.h"
 #include "plugin/SerialisedAGC.h"
 #include "plugin/SerialisedMotion.h"
+
+namespace fs = std::filesystem;
 
 namespace film {
 namespace {
@@ -22,6 +26,15 @@ std::string bytesOf(const std::string& path, const Writer& writer) {
   const MemoryFile memory;
   if (!writer(memory.path().c_str())) FailToWrite(path, EIO);
   return memory.contents();
+}
+
+/// An export is made anew without asking; what it could be mistaken for isn't.
+void checkReplaceable(const std::string& path) {
+  std::error_code error;
+  if (!fs::is_regular_file(path, error) || fs::file_size(path, error) == 0) return;
+  const StoredFormat* format = FormatOf(path);
+  if (!format || std::string_view(format->name) == DocumentFormat().name)
+    throw Failure(path + ": this is no exported file, and would be lost; choose another name");
 }
 
 void writeWith(const std::string& path, const Writer& writer) {
@@ -72,6 +85,9 @@ void writePackage(const std::string& package, const SerialisedMotion& motion, AG
 
 ExitStatus Export(const SessionOptions& options, const ExportOptions& files) {
   const std::string package = files.package.empty() ? "" : PackageName(files.package);
+  for (const std::string& file :
+       {files.motion, files.rotation, files.confidence, files.events, files.gains, files.compensation, files.design})
+    checkReplaceable(file);
   Session session(options);
   session.requireAnalysis();
   session.effect().showFirstFrame();

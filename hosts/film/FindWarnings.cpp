@@ -6,6 +6,7 @@
 #include <utility>
 
 #include "film/FrameNumbers.h"
+#include "film/PlaneFormat.h"
 #include "film/Report.h"
 #include "film/SceneChange.h"
 #include "film/Warnings.h"
@@ -80,9 +81,21 @@ int settingOf(Session& session, unsigned id) { return static_cast<int>(session.e
 
 bool isZoomAsked(Session& session) { return settingOf(session, kZoomType) == ZoomVariable; }
 
+/// Completion can't tell a clip's own transparent pixels from those that the correction left empty.
+std::vector<Warning> opacityWarnings(Session& session) {
+  const std::optional<PlaneFormat> planes = PlaneFormatOf(session.contents().format);
+  if (!planes || !planes->alpha) return {};
+  return {{"opacityFilled",
+           0,
+           {},
+           "--rendering complete fills transparent parts of the clip too; use --rendering zoom "
+           "or natural to keep its opacity"}};
+}
+
 std::vector<Warning> cropWarnings(Session& session) {
   const MotionProcessorFCPX* planner = session.effect().plugIn().ObjC_MP.get();
-  if (!planner || settingOf(session, kRenderingType) == RenderComplete) return {};  // that takes no crop
+  if (!planner) return {};
+  if (settingOf(session, kRenderingType) == RenderComplete) return opacityWarnings(session);  // that takes no crop
   if (planner->goodCrop())
     return isZoomAsked(session) ? std::vector<Warning>() : ZoomWarnings(ZoomOf(session.effect()));
   Warning warning{"noCrop", 0, {}, ""};

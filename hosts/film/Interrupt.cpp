@@ -31,6 +31,9 @@ void CatchInterrupts() {
   action.sa_flags = SA_RESTART;
   sigaction(SIGINT, &action, nullptr);
   sigaction(SIGTERM, &action, nullptr);
+  struct sigaction hangUp = {};
+  sigaction(SIGHUP, nullptr, &hangUp);
+  if (hangUp.sa_handler != SIG_IGN) sigaction(SIGHUP, &action, nullptr);  // which nohup asks to outlast
   signal(SIGXFSZ, SIG_IGN);  // a file that may not grow is told like a full disk
   signal(SIGPIPE, SIG_IGN);
 }

@@ -4,7 +4,7 @@
 
 namespace film {
 
-/// Makes Ctrl-C (and a polite kill) note the wish to stop; a second one removes the temporary files and ends the
+/// Makes Ctrl-C (and a polite kill, and a terminal that is closed) note the wish to stop; a second one removes the temporary files and ends the
 /// program at once.
 void CatchInterrupts();
 

@@ -9,6 +9,7 @@
 
 #include "film/EncoderTable.h"
 #include "film/Failure.h"
+#include "film/JsonText.h"
 #include "planning/MotionProcessorFCPX.h"
 #include "plugin/OrvaneFCPXPlugIn.h"
 #include "rendering/OutputRenderer.h"
@@ -83,7 +84,7 @@ std::string knownSettings() {
 std::string textOf(const Json& value) {
   if (value.is_string()) return value.get<std::string>();
   if (value.is_boolean()) return value.get<bool>() ? "on" : "off";
-  return value.dump(-1, ' ', false, Json::error_handler_t::replace);
+  return JsonText(value);
 }
 
 SettingChange settingOf(const std::string& path, const std::string& name, const Json& value) {

@@ -2,6 +2,7 @@
 
 #include <cmath>
 
+#include "film/JsonText.h"
 #include "film/Report.h"
 
 namespace film {
@@ -19,7 +20,7 @@ void PrintSummary(Session& session, const Made& made) {
                                 {"fps", std::round(made.rate * 100) / 100}};
     if (!made.warnings.empty()) line["warnings"] = DescribeWarnings(made.warnings);
     if (!made.notes.empty()) line["notes"] = made.notes;
-    std::printf("%s\n", line.dump().c_str());
+    std::printf("%s\n", JsonText(line).c_str());
   } else {
     std::printf("%s: %d %s, %s, zoom %.3f", OnOneLine(made.what).c_str(), made.frames,
                 made.frames == 1 ? "frame" : "frames", EventText(session.effect()).c_str(), zoom);

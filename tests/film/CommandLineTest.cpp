@@ -28,6 +28,31 @@ TEST_F(CommandLineTest, StabiliseAnalysesRendersAndSumsUp) {
   EXPECT_EQ(saved["archives"]["101"]["end"], clipFrames - 1);
 }
 
+TEST_F(CommandLineTest, AnExportReplacesNothingButExports) {
+  ASSERT_EQ(run({"analyse", clip, "--quiet"}).status, 0);
+  const std::string film = folder / "film.mp4", motion = folder / "m.hset";
+  WriteAll(film, ReadAll(clip));
+  for (const char* option : {"--motion", "--events", "--gains", "--design"}) {
+    expectRefusal({"export", clip, option, film}, 1, "film.mp4", "would be lost");
+    EXPECT_EQ(ReadAll(film), ReadAll(clip));
+  }
+  expectRefusal({"export", clip, "--motion", motion, "--gains", film}, 1, "film.mp4", "would be lost");
+  EXPECT_FALSE(std::filesystem::exists(motion)) << "nothing is written where something is refused";
+  ASSERT_EQ(run({"export", clip, "--motion", motion}).status, 0);
+  ASSERT_EQ(run({"export", clip, "--motion", motion}).status, 0) << "an export is made anew";
+}
+
+TEST_F(CommandLineTest, NamesThatAreNotUTF8AreShownInJson) {
+  const std::string odd = folder / "b\xff.mp4";
+  std::filesystem::copy_file(clip, odd);
+  const Outcome outcome = run({"analyse", odd, "--progress", "json"});
+  EXPECT_EQ(outcome.status, 0) << outcome.err;
+  EXPECT_THAT(outcome.out, HasSubstr("\xEF\xBF\xBD.mp4"));
+  const Outcome shown = run({"show", odd, "--json"});
+  EXPECT_EQ(shown.status, 0) << shown.err;
+  EXPECT_TRUE(nlohmann::json::accept(shown.out));
+}
+
 TEST_F(CommandLineTest, ExportedMotionIsTheCameras) {
   ASSERT_EQ(run({"analyse", clip, "--quiet", "--seed", "1", "--threads", "1"}).status, 0);
   const Outcome outcome = run({"export", clip, "--motion", folder / "m.hset", "--rotation", folder / "r.hset",

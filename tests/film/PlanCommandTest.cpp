@@ -243,6 +243,14 @@ TEST_F(PlanCommandTest, WhatTheSettingsDoIsToldWithAStoredAnalysisToo) {
   EXPECT_EQ(json::parse(lines.substr(lines.rfind("{\"done\"")))["warnings"][0]["kind"], "noCrop");
 }
 
+TEST_F(PlanCommandTest, CompletionWarnsOfAClipsOwnOpacity) {
+  const std::string clear = folder / "clear.mkv", told = "fills transparent parts of the clip too";
+  MakeClip(clear, 12, "-vf format=yuva420p -c:v ffv1");
+  EXPECT_THAT(run({"plan", clear, "--rendering", "complete", "--progress", "none"}).out, HasSubstr(told));
+  EXPECT_THAT(run({"plan", clear, "--rendering", "zoom", "--progress", "none"}).out, Not(HasSubstr(told)));
+  EXPECT_THAT(run({"plan", clip, "--rendering", "complete", "--progress", "none"}).out, Not(HasSubstr(told)));
+}
+
 TEST_F(PlanCommandTest, ALimitThatDoesNotGoWithTheSettingsIsToldBeforeTheAnalysis) {
   for (const char* command : {"stabilise", "overlay"}) {
     expectRefusal({command, clip, "-o", out, "--max-zoom", "1.1", "--rendering", "crop"}, 2, clip,
