@@ -4,8 +4,8 @@
 
 namespace film {
 
-/// Makes Ctrl-C (and a polite kill, and a terminal that is closed) note the wish to stop; a second one removes the temporary files and ends the
-/// program at once.
+/// Makes Ctrl-C (and a polite kill, and a terminal that is closed) note the wish to stop; a second one removes the
+/// temporary files and ends the program at once.
 void CatchInterrupts();
 
 /// Whether the user has asked to stop.

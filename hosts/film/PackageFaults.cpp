@@ -70,7 +70,9 @@ std::string motionFault(const std::string& package, const ProjectFile& project) 
   std::string fault = dataFault(package, *project.motion, "motion", motionForm);
   if (!fault.empty()) return fault;
   const std::string full = OrvaneFCPXPlugIn::getFullPath(*project.motion, package);
-  return TrackerEstimator().loadMotion(full.c_str(), nullptr, nullptr) ? "" : full + ": is damaged, cut short, or claims far more frames than it holds";
+  return TrackerEstimator().loadMotion(full.c_str(), nullptr, nullptr)
+             ? ""
+             : full + ": is damaged, cut short, or claims far more frames than it holds";
 }
 
 std::string eventsFault(const std::string& package, const ProjectFile& project) {

@@ -191,7 +191,8 @@ void addImport(CLI::App* app, Arguments* arguments) {
 }
 
 void addExport(CLI::App* app, Arguments* arguments) {
-  CLI::App* command = app->add_subcommand("export", "write what is stored for a clip as files of its own; earlier exports are replaced");
+  CLI::App* command = app->add_subcommand(
+      "export", "write what is stored for a clip as files of its own; earlier exports are replaced");
   AddClipOptions(command, arguments);
   ExportOptions& files = arguments->files;
   const std::tuple<const char*, std::string*, const char*> options[] = {
