@@ -42,7 +42,7 @@ struct ConvertOptions {
   bool force = false;  ///< OUT may exist
 };
 
-/// `tracks`: where to write the features that the analysis follows; empty for nowhere. With a stored analysis they are
+/// `tracks`: the file for the features that the analysis follows, or empty. With a stored analysis they are
 /// followed once more, and what is stored stays.
 ExitStatus Analyse(const SessionOptions& options, const std::string& tracks = {});
 ExitStatus Render(const SessionOptions& options, const RenderOptions& render);

@@ -15,6 +15,8 @@
 namespace film {
 namespace {
 
+constexpr std::size_t longestKeptName = 200;  // bytes; file systems take 255
+
 // Names for the signal handler: no lock and no allocation there, so they lie in a table of fixed size.
 constexpr int slots = 8;
 constexpr size_t longestName = 4096;
@@ -42,17 +44,12 @@ void forgetName(const std::string& name) {
 
 std::string makeTemporary(const std::string& target) {
   const std::filesystem::path path(target);
-  const std::filesystem::path folder = path.has_parent_path() ? path.parent_path() : std::filesystem::path(".");
+  std::string name = TemporaryPattern(target);
   std::error_code error;
-  if (!std::filesystem::is_directory(folder, error))
-    throw Failure(target + ": its folder does not exist; make it first or choose another one");
   if (std::filesystem::is_directory(path, error))
     throw Failure(target + ": this is a folder; give the name of a file in it");
   if (std::filesystem::exists(path, error) && !std::filesystem::is_regular_file(path, error))
     throw Failure(target + ": this is a device or a pipe, which would be replaced; give the name of a file");
-  std::string hidden = ".";
-  hidden.append(path.filename().string()).append(".XXXXXX");
-  std::string name = (folder / hidden).string();
   const int file = mkstemp(name.data());
   if (file < 0) FailToWrite(target, errno);
   const mode_t mask = umask(0);
@@ -63,6 +60,18 @@ std::string makeTemporary(const std::string& target) {
 }
 
 }  // namespace
+
+std::string TemporaryPattern(const std::string& target) {
+  const std::filesystem::path path(target);
+  const std::filesystem::path folder = path.has_parent_path() ? path.parent_path() : std::filesystem::path(".");
+  std::error_code error;
+  if (!std::filesystem::is_directory(folder, error))
+    throw Failure(target + ": its folder does not exist; make it first or choose another one");
+  std::string hidden = ".";
+  // Cut, so that it isn't too long where the name itself is just short enough.
+  hidden.append(path.filename().string(), 0, longestKeptName).append(".").append(6, 'X');
+  return (folder / hidden).string();
+}
 
 void FailToWrite(const std::string& path, int error) {
   if (error == ENOSPC || error == EDQUOT)

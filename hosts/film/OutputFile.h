@@ -28,6 +28,9 @@ class OutputFile {
   bool committed = false;
 };
 
+/// What `mkstemp` and `mkdtemp` make a hidden name of, beside `target`. Fails if its folder is missing.
+std::string TemporaryPattern(const std::string& target);
+
 /// Tells in one line why `path` couldn't be written, `error` being an errno value.
 [[noreturn]] void FailToWrite(const std::string& path, int error);
 

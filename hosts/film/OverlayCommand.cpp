@@ -104,9 +104,7 @@ ExitStatus Overlay(const SessionOptions& options, const RenderOptions& render) {
   Session session(options);
   const Span span = SpanOf(render, session.contents());
   if (session.needsAnalysis()) {
-    session.checkDocumentCanBeWritten();
-    // What couldn't be encoded is told now and not after the analysis.
-    const MovieWriter trialMovie(render.out, session.contents(), MovieSpan{}, render.encoder);
+    CheckBeforeAnalysis(session, render, session.contents());
     if (!session.analyse()) return Cancelled(KeptAnalysis(session));
   }
   session.trySettings();

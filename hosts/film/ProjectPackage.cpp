@@ -21,15 +21,7 @@ constexpr const char* indexName = "project.fpf";
 /// A folder in the making beside the place of a package; unless it was moved there it goes away.
 class FolderInTheMaking {
  public:
-  explicit FolderInTheMaking(const std::string& package) {
-    const fs::path path(package);
-    const fs::path parent = path.has_parent_path() ? path.parent_path() : fs::path(".");
-    std::error_code error;
-    if (!fs::is_directory(parent, error))
-      throw Failure(package + ": its folder does not exist; make it first or choose another one");
-    std::string hidden = ".";
-    hidden.append(path.filename().string()).append(".XXXXXX");
-    folder = (parent / hidden).string();
+  explicit FolderInTheMaking(const std::string& package) : folder(TemporaryPattern(package)) {
     if (!mkdtemp(folder.data())) FailToWrite(package, errno);
     const mode_t mask = umask(0);
     umask(mask);

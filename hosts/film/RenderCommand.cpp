@@ -92,11 +92,7 @@ ExitStatus Stabilise(const SessionOptions& options, const RenderOptions& render)
   const OutputFile trial(render.out);
   Session session(options);
   const Span span = SpanOf(render, session.contents());
-  if (session.needsAnalysis()) {
-    session.checkDocumentCanBeWritten();
-    // What couldn't be encoded is told now and not after the analysis.
-    const MovieWriter trialMovie(render.out, writtenContents(render, session.contents()), MovieSpan{}, render.encoder);
-  }
+  if (session.needsAnalysis()) CheckBeforeAnalysis(session, render, writtenContents(render, session.contents()));
   session.applySettings();
   std::vector<Warning> warnings;
   if (session.needsAnalysis()) {

@@ -38,6 +38,11 @@ Span SpanOf(const RenderOptions& render, const ClipContents& clip) {
   return span;
 }
 
+void CheckBeforeAnalysis(const Session& session, const RenderOptions& render, const ClipContents& written) {
+  session.checkDocumentCanBeWritten();
+  const MovieWriter trial(render.out, written, MovieSpan{}, render.encoder);
+}
+
 MovieSpan MovieSpanOf(const Span& span, const ClipContents& clip) {
   const std::vector<IndexedFrame>& frames = clip.index->frames;
   MovieSpan movie;

@@ -86,7 +86,14 @@ TEST(OutputFile, APipeIsNotReplaced) {
   EXPECT_THAT(folder.names(), ElementsAre("pipe"));
 }
 
-TEST(OutputFile, TheTextForAFullDiskTellsWhatToDo) {
+TEST(OutputFile, TheLongestNamesAreFine) {
+  const TestFolder folder;
+  const std::string path = folder / (std::string(251, 'n') + ".mov");
+  OutputFile::write(path, "text");
+  EXPECT_EQ(ReadAll(path), "text");
+}
+
+TEST(OutputFile, TheTextForAFullDiskHasARemedy) {
   EXPECT_THAT(FailureOf([] { FailToWrite("clip.mp4", ENOSPC); }), HasSubstr("clip.mp4: the disk is full; free"));
 }
 
