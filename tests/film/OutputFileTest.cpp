@@ -88,7 +88,7 @@ TEST(OutputFile, APipeIsNotReplaced) {
 
 TEST(OutputFile, TheLongestNamesAreFine) {
   const TestFolder folder;
-  const std::string path = folder / (std::string(251, 'n') + ".mov");
+  const std::string path = folder / std::string(251, 'n').append(".mov");
   OutputFile::write(path, "text");
   EXPECT_EQ(ReadAll(path), "text");
 }
