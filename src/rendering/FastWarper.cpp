@@ -43,8 +43,6 @@ const WarpFormat* FindWarpFormat(PixelType type) {
   return format != std::end(warpFormats) ? format : nullptr;
 }
 
-Matrix ThreeByThree(const Matrix& m) { return m.rows == 3 && m.columns == 3 ? m : Matrix::GetIdentity(3); }
-
 Matrix InverseOf(const Matrix& m) {
   Matrix inverse = ThreeByThree(m);
   inverse.Inverse();  // a singular matrix stays as it is, and what it gives is the result
@@ -72,17 +70,16 @@ std::vector<FastWarperContext> MakeStripes(const FastWarperContext& whole, int s
 }  // namespace
 
 void FastWarper::Project(const Image& src, Image& dst, Image& matte, const Matrix& m) const {
+  const Matrix inverse = InverseOf(m);
   const WarpFormat* const format = FindWarpFormat(src.type);
-  if (!format && fallback) {
-    fallback->centre = Point2D(sourceOriginX, sourceOriginY);
-    fallback->Project(src, dst, matte, ThreeByThree(m), nullptr);
-    return;
-  }
   matte.Resize(dst.width, dst.height, format ? format->matteType : L8);
   matte.Clear();
+  if (!format && fallback) {
+    fallback->centre = Point2D(sourceOriginX, sourceOriginY);
+    fallback->Project(src, dst, matte, m, nullptr);
+  }
   if (!format || !HoldsRowsOf(dst, format->pixelBytes)) return;
 
-  const Matrix inverse = InverseOf(m);
   const WarpMember member = highQuality ? format->lanczos : format->bilinear;
   std::vector<FastWarperContext> stripes = MakeStripes({this, &src, &dst, &matte, &inverse, 0, 0, member}, src.height);
   RunInParallel(stripes, [](FastWarperContext& stripe) { FastWarpingWrapper(&stripe); });

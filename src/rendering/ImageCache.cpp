@@ -35,7 +35,7 @@ bool ImageCache::Write(int frame, Image*& image) {
     ++used;
     return true;
   }
-  Entry* victim = findVictim();
+  Entry* victim = policy == CacheByAge ? findLeastRecent() : findVictim();
   if (victim == nullptr) return false;
   growAges();
   *victim = Entry{std::unique_ptr<Image>(image), 0, frame, 1};
@@ -109,6 +109,12 @@ void ImageCache::promote(Entry& entry) {
   for (Entry& other : entries)
     if (other.age < entry.age) ++other.age;
   entry.age = 0;
+}
+
+/// The live entry that was used before all others; null if a removed one has left a hole in its place.
+ImageCache::Entry* ImageCache::findLeastRecent() {
+  const auto entry = std::ranges::find(entries, used - 1, &Entry::age);
+  return entry != entries.end() ? &*entry : nullptr;
 }
 
 /// The entry of highest age among those that the policy gives up; null if there is none.

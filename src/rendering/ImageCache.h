@@ -11,13 +11,14 @@ namespace Vorn {
 /// Which entry of a full cache makes room.
 enum CachePolicy : int {
   CacheRetained = 0,  ///< the least recently used one that nobody retains; reading retains
-  CacheByAge = 1,     ///< the least recently used one, whoever still uses it
+  CacheByAge = 1,     ///< the one of age `used` - 1, whoever still uses it
 };
 
 /// A store of a fixed number of decoded frames by frame number, which owns its images. Not safe for concurrent use.
 ///
 /// Each entry has an age, 0 for the most recently used. `Pop` leaves the ages of the others, so that some may reach
-/// the number of entries; such an entry is not found any more, and only replaced.
+/// the number of entries: such an entry is not found any more. Under `CacheByAge` a full cache then evicts by age
+/// alone, and refuses new frames while no entry has the age of the last place.
 class ImageCache {
  public:
   explicit ImageCache(int capacity);
@@ -27,8 +28,8 @@ class ImageCache {
   bool Read(int frame, Image*& image);
   /// The image of the first entry, whatever its age. False if the cache is empty.
   bool GetTop(Image*& image) const;
-  /// Takes `image` over, in place of the frame's old one, in a free place, or in the place of the least recently used
-  /// entry that the policy gives up. A new frame is retained once. False if there is no such place: the image is then
+  /// Takes `image` over, in place of the frame's old one, in a free place, or in the place of the entry that the policy
+  /// gives up. A new frame is retained once. False if there is no such place: the image is then
   /// still the caller's.
   bool Write(int frame, Image*& image);
   /// Whether `Write` would find a place. Under `CacheRetained` a full cache answers by its first entry that isn't
@@ -66,6 +67,7 @@ class ImageCache {
   Entry* find(int frame);
   Entry* findLive(int frame);
   void promote(Entry& entry);
+  Entry* findLeastRecent();
   Entry* findVictim();
   void growAges();
   void remove(const Entry* entry);

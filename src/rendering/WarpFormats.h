@@ -155,6 +155,11 @@ struct VideoLane {
     const auto low = static_cast<float>(image.aMin);
     return {low, static_cast<float>(image.aMax), low, low, false};
   }
+  /// Any code, so that one outside the range stays what it is.
+  static VideoLane AnyAlpha(const Image& image, float full) {
+    const auto low = static_cast<float>(image.aMin);
+    return {0.0f, full, low, low, false};
+  }
   /// In the range of all codes, until a format clamps it.
   static VideoLane Coverage(float full) { return {0.0f, full, 0.0f, 0.0f, false}; }
 };
@@ -218,8 +223,8 @@ struct VideoAlphaFormat : VideoFormat<Code, 4> {
 /// U, Y, V, A.
 struct YUVA32Warp : VideoAlphaFormat<std::uint8_t> {
   explicit YUVA32Warp(const Image& s)
-      : VideoAlphaFormat(
-            s, MakeVideoLanes(VideoLane::ChromaU(s), VideoLane::Luma(s), VideoLane::ChromaV(s), VideoLane::Alpha(s))) {}
+      : VideoAlphaFormat(s, MakeVideoLanes(VideoLane::ChromaU(s), VideoLane::Luma(s), VideoLane::ChromaV(s),
+                                           VideoLane::AnyAlpha(s, 255.0f))) {}
 };
 
 /// Y, U, V, A in words. Its matte is that of the formats of three words, see `YUVA64Coverage`.

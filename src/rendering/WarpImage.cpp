@@ -95,11 +95,13 @@ void RoundToThreeDecimals(Point2D& p) {
 
 }  // namespace
 
+Matrix ThreeByThree(const Matrix& m) { return m.rows == 3 && m.columns == 3 ? m : Matrix::GetIdentity(3); }
+
 WarpImage::WarpImage()
     : forward(std::make_unique<Matrix>(Matrix::GetIdentity(3))), inverse(std::make_unique<Matrix>(*forward)) {}
 
 WarpImage::WarpImage(const Matrix& m) : forward(std::make_unique<Matrix>()), inverse(std::make_unique<Matrix>()) {
-  SetMatrix(m.rows == 3 && m.columns == 3 ? m : Matrix::GetIdentity(3));
+  SetMatrix(m);
 }
 
 WarpImage::WarpImage(const WarpImage& other)
@@ -120,8 +122,8 @@ WarpImage& WarpImage::operator=(const WarpImage& other) {
 }
 
 void WarpImage::SetMatrix(const Matrix& m) {
-  *forward = m;
-  *inverse = SVD(m, false).Inverse();
+  *forward = ThreeByThree(m);
+  *inverse = SVD(*forward, false).Inverse();
 }
 
 void WarpImage::warpPoint(Point2D& p, const Matrix* m) const { p = Vorn::ProjectPoint(*m, p - centre) + centre; }
@@ -129,10 +131,11 @@ void WarpImage::warpPoint(Point2D& p, const Matrix* m) const { p = Vorn::Project
 void WarpImage::CalculateWarpWindow(int w, int h, Rectangle& r) { CalculateWarpWindow(w, h, *forward, r); }
 
 void WarpImage::CalculateWarpWindow(int w, int h, const Matrix& m, Rectangle& r) {
+  const Matrix matrix = ThreeByThree(m);
   Point2D tl(0, 0), tr(w - 1, 0), bl(0, h - 1), br(w - 1, h - 1);
   for (Point2D* corner : {&tl, &tr, &bl, &br}) {
     if (keepOffset) *corner = *corner - offset;
-    warpPoint(*corner, &m);
+    warpPoint(*corner, &matrix);
   }
   const auto [left, right] = std::minmax({tl.x, tr.x, bl.x, br.x});
   const auto [top, bottom] = std::minmax({tl.y, tr.y, bl.y, br.y});

@@ -10,13 +10,16 @@
 
 namespace Vorn {
 
+/// The matrix, or the identity in place of one that isn't 3 by 3.
+Matrix ThreeByThree(const Matrix& m);
+
 /// Resamples a picture through a 3 by 3 projective matrix, pixel by pixel, in any format, and answers where the matrix
 /// takes points and frames. The general and slow tool; frames of a clip go through `FastWarper`. Matrices are forward,
-/// from source to output. Float frames (`ARGBSF`) keep their alpha alone, see `ImageInterpolator`.
+/// from source to output; one that isn't 3 by 3 counts as the identity. Float frames (`ARGBSF`) keep their alpha alone,
+/// see `ImageInterpolator`.
 class WarpImage {
  public:
   WarpImage();
-  /// A matrix that isn't 3 by 3 counts as the identity.
   explicit WarpImage(const Matrix& m);
   WarpImage(const WarpImage& other);
   WarpImage(WarpImage&& other) noexcept = default;

@@ -74,7 +74,7 @@ void WarpImage::Project(const Image& src, Image& dst, Image& matte, const Rectan
 }
 
 void WarpImage::Project(const Image& src, Image& dst, Image& matte, const Matrix& m, const Rectangle* clip) {
-  Matrix back = m;
+  Matrix back = ThreeByThree(m);
   back.Inverse();
   project(src, dst, matte, m, back, clip);
 }

@@ -470,6 +470,8 @@ class FastWarperCodes : public FastWarperTest, public testing::WithParamInterfac
  protected:
   PixelType type() const { return GetParam().type; }
   bool isVideo() const { return GetParam().kind == CodedFormat::Video || GetParam().kind == CodedFormat::VideoAlpha; }
+  /// Its alpha takes any code, only the others have a range.
+  bool anyAlpha() const { return type() == YUVA32; }
   bool hasAlpha() const {
     return GetParam().kind == CodedFormat::RgbAlpha || GetParam().kind == CodedFormat::VideoAlpha;
   }
@@ -647,8 +649,8 @@ TEST_P(FastWarperCodes, LanczosIsTheWeightedSumOfThirtySixPixelsRounded) {
     empty.c[1] = static_cast<int>(source.maxValue / 2 - source.uMin);
     empty.c[2] = static_cast<int>(source.maxValue / 2 - source.vMin);
   }
-  const unsigned low[4] = {source.yMin, source.uMin, source.vMin, source.aMin};
-  const unsigned high[4] = {source.yMax, source.uMax, source.vMax, source.aMax};
+  const unsigned low[4] = {source.yMin, source.uMin, source.vMin, anyAlpha() ? 0 : source.aMin};
+  const unsigned high[4] = {source.yMax, source.uMax, source.vMax, anyAlpha() ? 255 : source.aMax};
   int edges = 0;
   for (int y = 0; y < 14; ++y)
     for (int x = 0; x < 16; ++x) {
@@ -691,6 +693,10 @@ TEST_P(FastWarperCodes, LanczosIsClampedToTheRangesOfTheFormat) {
   warper.Project(source, target, matte, Shift(0.5, 0));
   Codes low = lowest(source), high = highest(source);
   if (!hasAlpha()) low.c[3] = high.c[3] = 0;
+  if (anyAlpha()) {
+    low.c[3] = 0;
+    high.c[3] = 255;
+  }
   EXPECT_EQ(codesAt(target, 9, 4), low);    // the kernel's first lobe undershoots before the step
   EXPECT_EQ(codesAt(target, 11, 4), high);  // and overshoots behind it
 }
@@ -766,6 +772,20 @@ TEST_F(FastWarperTest, ColoursOfLanczosAreRoundedAndItsCoverageIsTruncated) {
   EXPECT_EQ(target.GetRaw(0, 6).G(), 51);   // 50.5
   EXPECT_EQ(Coverage(matte, 0, 6), 127);
   EXPECT_EQ(target.GetRaw(6, 6).B(), 7);
+}
+
+TEST_F(FastWarperTest, AlphaOutsideItsRangeStaysUnderTheIdentity) {
+  Image source(16, 16, YUVA32), target(16, 16, YUVA32);
+  for (const int code : {0, 16, 235, 255}) {
+    for (int y = 0; y < 16; ++y)
+      for (int x = 0; x < 16; ++x) source.SetRaw(x, y, Pixel(100, 128, 128, code, Rec709));
+    for (const bool highQuality : {false, true}) {
+      warper.highQuality = highQuality;
+      warper.Project(source, target, matte, Matrix::GetIdentity(3));
+      EXPECT_EQ(target.GetRaw(8, 8).A(), code) << highQuality;
+      EXPECT_EQ(Coverage(matte, 8, 8), code <= 16 ? 0 : 255) << highQuality;
+    }
+  }
 }
 
 TEST_F(FastWarperTest, AnEmptyRangeOfAlphaHasNoCoverage) {

@@ -199,13 +199,27 @@ TEST(ImageCache, AHoleInTheAgesHidesTheOldestEntry) {
   EXPECT_EQ(Present(cache, 3), (std::vector<int>{1, 2}));
 }
 
-TEST(ImageCache, VictimIsTheHighestAgeThereIsEvenAfterAHole) {
+TEST(ImageCache, AfterAHoleTheVictimIsTheOneOfTheLastPlace) {
+  ImageCache cache(3);
+  for (const int frame : {1, 2, 3}) Store(cache, frame);
+  cache.Pop(3);     // frames 2 and 1 keep the ages 1 and 2
+  Store(cache, 4);  // 4, 2, 1 have the ages 0, 2, 3
+  EXPECT_TRUE(Store(cache, 5));
+  EXPECT_EQ(cache.StatusAsString(),
+            "Cache status:\n"
+            "Pos 1 frame number 4 retain count 1\n"
+            "Pos 0 frame number 5 retain count 1\n"
+            "Pos 4 frame number 1 retain count 1\n"
+            "3/3 used.\n");
+}
+
+TEST(ImageCache, AHoleInTheLastPlaceLeavesNoVictim) {
   ImageCache cache(3);
   for (const int frame : {1, 2, 3}) Store(cache, frame);
   cache.Pop(2);     // ages 2 and 0
   Store(cache, 4);  // ages 3, 1, 0: none is 2
-  EXPECT_TRUE(Store(cache, 5));
-  EXPECT_EQ(Present(cache, 5), (std::vector<int>{3, 4, 5}));
+  EXPECT_FALSE(Store(cache, 5));
+  EXPECT_EQ(Present(cache, 5), (std::vector<int>{1, 3, 4}));
 }
 
 TEST(ImageCache, AHiddenFreeEntryMakesCanWriteSayNo) {

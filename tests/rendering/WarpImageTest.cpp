@@ -604,6 +604,20 @@ TEST(WarpProjectInto, MatrixFormLeavesTheMatricesAlone) {
   EXPECT_EQ(target(0, 0), source(11, 7));
 }
 
+TEST(WarpProjectInto, MatricesOfOtherSizesCountAsTheIdentity) {
+  WarpImage warp;
+  warp.SetMatrix(Matrix(2, 2));
+  EXPECT_TRUE(warp.forward->IsIdentity());
+  Rectangle window;
+  warp.CalculateWarpWindow(4, 3, Matrix(1, 1), window);
+  EXPECT_EQ(window.brx, 3);
+  Image source(4, 3, L8), target, matte;
+  source.Clear();
+  source.SetPixel(2, 1, Pixel(77, 255));
+  warp.Project(source, target, matte, Matrix(1, 9), nullptr);
+  EXPECT_EQ(target(2, 1).Luma(), 77);
+}
+
 TEST(WarpProjectInto, SingularMatrixServesAsItsOwnInverse) {
   const Image source = Picture(L8);
   Image target, matte;
