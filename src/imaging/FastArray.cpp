@@ -85,13 +85,17 @@ bool FastArray::Copy(const FastArray& source) {
     return false;
   }
   if (isTight() && source.isTight()) {
-    const auto length = static_cast<size_t>(std::min(Length(), source.Length()));
-    std::memmove(data, source.data, length * sizeof(float));
+    const ptrdiff_t length = std::min<ptrdiff_t>(Length(), source.memoryAhead(source.Length()));
+    std::memmove(data, source.data, static_cast<size_t>(length) * sizeof(float));
     return true;
   }
   if (width != source.width || height != source.height) return false;
   copyRows(source);
   return true;
+}
+
+ptrdiff_t FastArray::memoryAhead(ptrdiff_t unknown) const {
+  return memoryEnd == nullptr ? unknown : std::max<ptrdiff_t>(memoryEnd - data, 0);
 }
 
 void FastArray::copyRows(const FastArray& source) {
@@ -167,7 +171,7 @@ bool FastArray::Save(const char* path) const {
   bool written = fprintf(file.get(), "FARY\n%d %d %d\n", width, height, stride) > 0;
   if (width > 0 && height > 0) {
     const size_t length = static_cast<size_t>(stride) * static_cast<size_t>(height);
-    const size_t inMemory = std::min(length, static_cast<size_t>(std::max<ptrdiff_t>(memoryEnd - data, 0)));
+    const size_t inMemory = std::min(length, static_cast<size_t>(memoryAhead(static_cast<ptrdiff_t>(length))));
     const std::vector<float> behindTheEnd(length - inMemory);
     written &= fwrite(data, sizeof(float), inMemory, file.get()) == inMemory;
     if (!behindTheEnd.empty())

@@ -33,7 +33,7 @@ class FastArray {
   /// Copies into the memory that is there, also through a view; never allocates. False, with a message on the standard
   /// error stream, if the source or this array has no memory; false without one if a view takes part and the sizes
   /// differ. Between tight arrays the sizes aren't compared: as many floats as this array has are copied, as far as the
-  /// source has them.
+  /// source's memory goes.
   bool Copy(const FastArray& source);
 
   /// Sets every visible element.
@@ -46,7 +46,7 @@ class FastArray {
 
   /// Column x, row y, both from 0; unchecked.
   float& operator()(int x, int y) { return data[static_cast<ptrdiff_t>(y) * stride + x]; }
-  float operator()(int x, int y) const { return data[static_cast<ptrdiff_t>(y) * stride + x]; }
+  const float& operator()(int x, int y) const { return data[static_cast<ptrdiff_t>(y) * stride + x]; }
 
   /// The luma of an image of any format, at the image's size, on the format's own code scale: the offset of a Y'CbCr
   /// range stays in, so the black of `YUVA32` is 16. How each format is read is told in LumaKernels.h. Always true.
@@ -79,6 +79,8 @@ class FastArray {
   bool isTight() const { return stride == width; }
   const float* row(int y) const { return data + static_cast<ptrdiff_t>(y) * stride; }
   float* row(int y) { return data + static_cast<ptrdiff_t>(y) * stride; }
+  /// The floats from `data` to the end of the memory, or `unknown` where a user set the fields.
+  ptrdiff_t memoryAhead(ptrdiff_t unknown) const;
   void copyRows(const FastArray& source);
 
   std::unique_ptr<float[]> storage;  // what `data` points into; null in a view

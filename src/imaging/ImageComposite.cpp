@@ -7,6 +7,7 @@
 
 #include "imaging/ChromaRows.h"
 #include "imaging/ColourConversion.h"
+#include "imaging/Opacity.h"
 #include "imaging/PixelRows.h"
 
 namespace Vorn {
@@ -44,23 +45,7 @@ Overlap OverlapOf(const Rectangle& area, const Image& lower, int x, int y) {
           dy};
 }
 
-/// The share of the upper colour in the result, and the opacity of that; `under`: of the lower pixel.
-struct Shares {
-  Shares(double over, double under)
-      : opacity(over + under * (1.0 - over)), colour(opacity > 0.0 ? over / opacity : 0) {}
-  double opacity, colour;
-};
-
 int Mixed(int under, int over, double share) { return static_cast<int>(std::lround(under + (over - under) * share)); }
-
-/// The code of full opacity.
-unsigned OpaqueCode(const Image& image) {
-  return image.type >= Y2UV32 && image.type <= YUVAP444 ? image.alphaRange : image.maxValue;
-}
-
-double OpacityOf(int code, unsigned range) {
-  return range == 0 ? 0.0 : std::clamp(code / static_cast<double>(range), 0.0, 1.0);
-}
 
 /// A row of the lower picture with one of the upper one laid over it.
 class RowCompositor {
@@ -112,14 +97,14 @@ void SetFloats(Image& image, int x, int y, const PixelARGBSF& p) {
   std::memcpy(image.rows[y] + static_cast<std::size_t>(x) * sizeof p, &p, sizeof p);
 }
 
-double OpacityOf(float value) { return value > 0.0F ? std::min(static_cast<double>(value), 1.0) : 0.0; }
+double OpacityOfFloat(float value) { return value > 0.0F ? std::min(static_cast<double>(value), 1.0) : 0.0; }
 
 /// Floats don't go through codes: values beyond white stay what they are.
 void ComposeFloats(const Image& top, Image& bottom, const Overlap& overlap, double weight) {
   for (int y = overlap.top; y <= overlap.bottom; ++y)
     for (int x = overlap.left; x <= overlap.right; ++x) {
       const PixelARGBSF over = FloatsAt(top, x + overlap.dx, y + overlap.dy), under = FloatsAt(bottom, x, y);
-      const Shares shares(OpacityOf(over.a) * weight, OpacityOf(under.a));
+      const Shares shares(OpacityOfFloat(over.a) * weight, OpacityOfFloat(under.a));
       if (shares.colour <= 0.0) continue;
       SetFloats(bottom, x, y,
                 {static_cast<float>(shares.opacity), MixedFloat(under.r, over.r, shares.colour),
@@ -292,7 +277,7 @@ bool ImageComposite::GetMatte(const Image& source, Image& matte) {
   for (int y = 0; y < source.height; ++y) {
     ReadRow(source, y, CodeScale::ZeroBased, row);
     for (PixelCodes& codes : row)
-      codes[0] = static_cast<int>(OpacityOf(codes[alpha], OpaqueCode(source)) * matte.maxValue);
+      codes[0] = static_cast<int>(std::lround(OpacityOf(codes[alpha], OpaqueCode(source)) * matte.maxValue));
     WriteRow(row, y, CodeScale::ZeroBased, matte);
   }
   return true;

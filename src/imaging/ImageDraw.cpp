@@ -5,6 +5,7 @@
 #include <cstdlib>
 
 #include "imaging/Image.h"
+#include "imaging/Opacity.h"
 #include "numerics/Line.h"
 
 namespace Vorn {
@@ -73,9 +74,12 @@ void WalkSteepRising(const Walk& w, std::vector<Coordinate2D>& out) {
 
 int Mix(int under, int over, double share) { return static_cast<int>(std::lround(under + (over - under) * share)); }
 
-/// Whether the pixel at `value` on an axis lies before no end of the line and behind none.
+/// Whether the pixel at `value` on an axis lies before no end of the line and behind none. A line's ends are in the
+/// order of x, so along y those of a rising line stand the other way round.
 bool IsBetween(const Line& line, double Point2D::*axis, double value) {
-  return (!line.hasStart || value > line.start.*axis - 0.5) && (!line.hasStop || value < line.stop.*axis + 0.5);
+  const double way = axis == &Point2D::y && line.slope < 0 ? -1 : 1;
+  return (!line.hasStart || way * (value - line.start.*axis) > -0.5) &&
+         (!line.hasStop || way * (value - line.stop.*axis) < 0.5);
 }
 
 }  // namespace
@@ -99,14 +103,21 @@ bool ImageDraw::contains(int x, int y) const {
   return image && x >= 0 && y >= 0 && x < image->GetWidth() && y < image->GetHeight();
 }
 
-/// Blends the colour in by its alpha and by how much of the pixel it covers.
+double ImageDraw::opacityOf(const Pixel& colour) const {
+  const bool hasAlphaRange = image->space >= Rec601;  // there a pixel's own norm would take alpha for a stored code
+  return hasAlphaRange ? OpacityOf(colour.A(), image->alphaRange) : std::clamp(colour.GetAlphaNorm(), 0.0, 1.0);
+}
+
+/// Lays the colour over the pixel by its alpha and by how much of the pixel it covers.
 void ImageDraw::composite(int x, int y, const Pixel& colour, double coverage) {
   if (!contains(x, y)) return;
-  const double share = std::clamp(colour.GetAlphaNorm() * coverage, 0.0, 1.0);
   Pixel pixel = (*image)(x, y);
+  const unsigned opaque = OpaqueCode(*image);
+  const Shares shares(opacityOf(colour) * coverage, image->HasMatte() ? OpacityOf(pixel.A(), opaque) : 1.0);
+  if (shares.colour <= 0.0) return;
   for (int Pixel::*component : {&Pixel::R_, &Pixel::G_, &Pixel::B_, &Pixel::M_, &Pixel::Y_, &Pixel::U_, &Pixel::V_})
-    pixel.*component = Mix(pixel.*component, colour.*component, share);
-  pixel.SetAlpha(std::max(pixel.A(), Mix(0, colour.A(), coverage)));
+    pixel.*component = Mix(pixel.*component, colour.*component, shares.colour);
+  pixel.SetAlpha(static_cast<int>(std::lround(shares.opacity * opaque)));
   image->SetPixel(x, y, pixel);
 }
 
@@ -135,7 +146,7 @@ void ImageDraw::DrawLine(const Line& line, const Pixel& colour) {
   } else {
     for (int y = 0; y <= bottom; ++y) {
       const double x = (y - line.intercept) / line.slope;
-      if (x > -0.5 && x < right + 0.5 && IsBetween(line, &Point2D::x, x))
+      if (x > -0.5 && x < right + 0.5 && IsBetween(line, &Point2D::y, y))
         composite(static_cast<int>(std::lround(x)), y, colour);
     }
   }
@@ -224,19 +235,26 @@ void ImageDraw::DrawPlusPoint(int x, int y, const Pixel& colour, int size) {
 void ImageDraw::FloodFill(int x, int y, const Pixel& colour) {
   if (!contains(x, y)) return;
   const Pixel before = (*image)(x, y);
-  image->SetPixel(x, y, colour);
-  if ((*image)(x, y) == before) return;  // it would never end
-  std::vector<Coordinate2D> open{{x, y}};
-  while (!open.empty()) {
-    const Coordinate2D cell = open.back();
-    open.pop_back();
-    for (const Coordinate2D step : {Coordinate2D(-1, 0), Coordinate2D(1, 0), Coordinate2D(0, -1), Coordinate2D(0, 1)}) {
-      const Coordinate2D next = cell + step;
-      if (!contains(next.x, next.y) || (*image)(next.x, next.y) != before) continue;
-      image->SetPixel(next.x, next.y, colour);
-      open.push_back(next);
-    }
+  const auto width = static_cast<std::size_t>(image->GetWidth());
+  std::vector<bool> found(width * static_cast<std::size_t>(image->GetHeight()));
+  std::vector<Coordinate2D> area;
+  const auto take = [&](int cellX, int cellY) {
+    if (!contains(cellX, cellY)) return;
+    const std::size_t cell = static_cast<std::size_t>(cellY) * width + static_cast<std::size_t>(cellX);
+    if (found[cell] || (*image)(cellX, cellY) != before) return;
+    found[cell] = true;
+    area.emplace_back(cellX, cellY);
+  };
+  take(x, y);
+  for (std::size_t i = 0; i < area.size(); ++i) {
+    const Coordinate2D cell = area[i];
+    take(cell.x - 1, cell.y);
+    take(cell.x + 1, cell.y);
+    take(cell.x, cell.y - 1);
+    take(cell.x, cell.y + 1);
   }
+  // Only now, since neighbours that share chroma change with a pixel.
+  for (const Coordinate2D& cell : area) image->SetPixel(cell.x, cell.y, colour);
 }
 
 }  // namespace Vorn

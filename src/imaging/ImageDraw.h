@@ -10,12 +10,13 @@ class Image;
 class Line;
 class Pixel;
 
-/// Draws simple shapes into an image of any format. A drawn pixel is blended with what is there by its alpha; what lies
+/// Draws simple shapes into an image of any format. A drawn pixel is laid over what is there by its alpha; what lies
 /// outside the image is left out. Pixels are in the image's own space, as `Image::operator()` gives them.
 class ImageDraw {
  public:
   ImageDraw() = default;                                 ///< Draws nowhere.
   explicit ImageDraw(Image& target) : image(&target) {}  ///< The image is lent.
+  explicit ImageDraw(Image* target) : image(target) {}   ///< Null draws nowhere.
 
   /// Lists every pixel of the line, both ends included, in place of what `out` held (J. E. Bresenham, "Algorithm for
   /// computer control of a digital plotter", IBM Systems Journal 1965). The order depends on the line alone, never on
@@ -42,6 +43,7 @@ class ImageDraw {
 
  private:
   bool contains(int x, int y) const;
+  double opacityOf(const Pixel& colour) const;
   void composite(int x, int y, const Pixel& colour, double coverage = 1.0);
 
   Image* image = nullptr;

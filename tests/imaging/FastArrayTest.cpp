@@ -176,6 +176,12 @@ TEST(FastArray, CopyBetweenTightArraysEndsWithTheSource) {
   EXPECT_THAT(Elements(target), ElementsAre(0, 1, 10, 11, -1, -1));
 }
 
+TEST(FastArray, CopyFromRowsOfAnotherArrayGoesOnBehindThem) {
+  FastArray source = Numbered(2, 3), target(2, 2);
+  EXPECT_TRUE(target.Copy(FastArray(source, 0, 0, 2, 1)));
+  EXPECT_THAT(Elements(target), ElementsAre(0, 1, 10, 11));
+}
+
 TEST(FastArray, CopyWithAViewOfAnotherSizeFailsSilently) {
   FastArray parent = Numbered(4, 4);
   FastArray view(parent, 1, 1, 3, 3);
@@ -289,6 +295,16 @@ TEST_F(FastArrayFile, OfAViewAtTheParentsEndIsFilledWithZeros) {
   FastArray parent = Numbered(3, 2);
   ASSERT_TRUE(FastArray(parent, 1, 1, 3, 2).Save(path.c_str()));
   EXPECT_EQ(read(), "FARY\n2 1 3\n" + Bytes({11, 12, 0}));
+}
+
+TEST_F(FastArrayFile, OfLentMemoryHoldsIt) {
+  float lent[] = {1, 2, 3, 4};
+  FastArray array;
+  array.data = lent;
+  array.width = array.stride = array.height = 2;
+  array.isView = true;
+  ASSERT_TRUE(array.Save(path.c_str()));
+  EXPECT_EQ(read(), "FARY\n2 2 2\n" + Bytes({1, 2, 3, 4}));
 }
 
 TEST_F(FastArrayFile, IsKnownByTheFirstFourLettersAlone) {

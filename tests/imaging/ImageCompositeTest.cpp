@@ -232,7 +232,7 @@ TEST(ImageComposite, TakesTheMatteOut) {
                {YUVA32, L8, Pixel(1, 2, 3, 100, Rec709), 116},
                {RGB30, L10, Pixel(1, 2, 3, 0), 1023},
                {Y1UV12, L16, Pixel(1, 2, 3, 0, Rec709), 65535},
-               {YUVA64, L16, Pixel(1, 2, 3, 28032, Rec709), 32767},
+               {YUVA64, L16, Pixel(1, 2, 3, 28032, Rec709), 32768},
                {ARGBSF, L16, Pixel(1, 2, 3, 1234), 1234}};
   for (const auto& c : cases) {
     Image matte;
@@ -242,6 +242,15 @@ TEST(ImageComposite, TakesTheMatteOut) {
   }
   Image matte;
   EXPECT_FALSE(ImageComposite::GetMatte(Image(), matte));
+}
+
+TEST(ImageComposite, AMatteThatIsPutBackIsTheSame) {
+  Image image(220, 1, YUVA32);
+  for (int x = 0; x < 220; ++x) image.SetPixel(x, 0, Pixel(1, 2, 3, x, Rec709));
+  Image matte;
+  ASSERT_TRUE(ImageComposite::GetMatte(image, matte));
+  ASSERT_TRUE(ImageComposite::ReMatte(image, matte));
+  for (int x = 0; x < 220; ++x) EXPECT_EQ(image(x, 0).A(), x);
 }
 
 TEST(ImageComposite, PutsAMatteIn) {

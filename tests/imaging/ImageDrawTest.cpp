@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <climits>
 #include <cstdlib>
+#include <cstring>
 
 #include "imaging/Image.h"
 #include "numerics/Line.h"
@@ -98,6 +99,14 @@ TEST_F(ImageDrawTest, RaysAndSegmentsEndWhereTheyAreBound) {
   EXPECT_EQ(Picture(), ".........\n..####...\n.......#.\n.......#.\n.#.....#.\n..#......\n...#.....\n");
 }
 
+TEST_F(ImageDrawTest, SteepSegmentsAndRaysEndInTheirRows) {
+  using Vorn::Line, Vorn::Point2D;
+  draw.DrawLine(Line(Point2D(1, 1), Point2D(2, 5), true, true), ink);
+  draw.DrawLine(Line(Point2D(4, 4), Point2D(5, 2), true, true), ink);   // rising: it starts below
+  draw.DrawLine(Line(Point2D(7, 3), Point2D(8, 0), true, false), ink);  // and goes on upward
+  EXPECT_EQ(Picture(), "........#\n.#......#\n.#...#.#.\n..#..#.#.\n..#.#....\n..#......\n.........\n");
+}
+
 TEST_F(ImageDrawTest, ABoxHasEachCellOfItsOutlineOnce) {
   draw.DrawBox(6, 5, 2, 1, Pixel(200, 128));  // translucent, so that a second coat would show
   int drawn = 0;
@@ -166,6 +175,45 @@ TEST_F(ImageDrawTest, AlphaBlendsInEveryKindOfImage) {
   EXPECT_EQ(mixed.G(), 40);
   EXPECT_EQ(mixed.B(), 50);
   EXPECT_EQ(mixed.A(), 255);
+}
+
+TEST(ImageDrawAlphaTest, OpaqueInkCoversInFormatsWithRanges) {
+  for (const Vorn::PixelType type : {Vorn::YUVA32, Vorn::Y2UV32, Vorn::YUV24, Vorn::Y1UV10, Vorn::YUVA64}) {
+    Image video(2, 1, type);
+    video.Clear();
+    const Pixel white = video.GenerateWhite();
+    ImageDraw(video).DrawLine(0, 0, 1, 0, white);
+    EXPECT_EQ(video(1, 0).Y(), white.Y()) << type;
+  }
+}
+
+TEST(ImageDrawAlphaTest, InkOnTransparentGroundKeepsItsColour) {
+  Image picture(1, 1, Vorn::BGRA32);
+  picture.SetPixel(0, 0, Pixel(200, 0, 0, 0));
+  ImageDraw draw(&picture);
+  draw.DrawLine(0, 0, 0, 0, Pixel(0, 200, 0, 0));
+  EXPECT_EQ(picture(0, 0).R(), 200) << "nothing was laid over it";
+  draw.DrawLine(0, 0, 0, 0, Pixel(0, 200, 0, 128));
+  EXPECT_EQ(picture(0, 0).R(), 0);
+  EXPECT_EQ(picture(0, 0).G(), 200);
+  EXPECT_EQ(picture(0, 0).A(), 128);
+}
+
+TEST(ImageDrawAlphaTest, ClearInkLeavesFloatsAsTheyAre) {
+  Image picture(1, 1, Vorn::ARGBSF);
+  const float before[] = {1.0F, 3.0F, -1.0F, 0.123456F};
+  std::memcpy(picture.rows[0], before, sizeof before);
+  ImageDraw(picture).DrawLine(0, 0, 0, 0, Pixel(0, 0, 0, 0));
+  EXPECT_EQ(std::memcmp(picture.rows[0], before, sizeof before), 0);
+}
+
+TEST(ImageDrawAlphaTest, FloodsGoOnWherePixelsShareChroma) {
+  Image video(5, 5, Vorn::Y2UV32);
+  video.Clear();
+  const Pixel ink(100, 30, 200, 219, Vorn::Rec601);
+  ImageDraw(video).FloodFill(2, 2, ink);
+  for (int y = 0; y < 5; ++y)
+    for (int x = 0; x < 5; ++x) EXPECT_EQ(video(x, y).Y(), 100) << x << " " << y;
 }
 
 TEST(ImageDrawWithoutAnImageTest, DrawsNowhere) {
