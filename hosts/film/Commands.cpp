@@ -1,8 +1,6 @@
 #include "film/Commands.h"
 
 #include <cstdio>
-#include <filesystem>
-#include <memory>
 
 #include "film/Interrupt.h"
 #include "film/JsonText.h"
@@ -13,23 +11,11 @@
 #include "film/SampleMotion.h"
 #include "film/StoredFormat.h"
 #include "film/Summary.h"
-#include "film/TracksFile.h"
+#include "film/TracksRecorder.h"
 
 namespace film {
 
 namespace {
-
-AnalysisWatcher watcherFor(TracksFile* tracks) {
-  return
-      [tracks](int number, const SharedPicture&, const TrackerEstimator& analysis) { tracks->add(number, analysis); };
-}
-
-/// Follows the features of a clip whose analysis stays as it is; false when the user cancelled.
-bool recordTracks(Session& session, TracksFile* tracks) {
-  Progress progress(session.progressStyle(), ProgressStream(session.progressStyle()), "Tracking",
-                    session.contents().identity.frames);
-  return session.watchAnalysis([&](int frames) { progress.update(frames); }, Interrupted, watcherFor(tracks));
-}
 
 /// Says that the stored analysis is used, and shows it to programs.
 void tellAnalysedBefore(Session& session, const SessionOptions& options) {
@@ -44,21 +30,19 @@ void tellAnalysedBefore(Session& session, const SessionOptions& options) {
 }  // namespace
 
 ExitStatus Analyse(const SessionOptions& options, const std::string& tracks) {
-  std::unique_ptr<TracksFile> file;
-  if (!tracks.empty())
-    file = std::make_unique<TracksFile>(tracks, std::filesystem::path(options.clip).filename().string());
+  TracksRecorder recorder(tracks, options.clip);
   Session session(options);
-  session.checkDocumentCanBeWritten();
+  if (session.needsAnalysis()) session.checkDocumentCanBeWritten();
   session.applySettings();
   if (!session.needsAnalysis()) {
-    if (file && !recordTracks(session, file.get())) return Cancelled("nothing was written to " + tracks);
-    if (file) file->finish();
+    if (!recorder.follow(session)) return Cancelled("nothing was written to " + tracks);
+    recorder.finish();
     tellAnalysedBefore(session, options);
     return kDone;
   }
-  const std::optional<double> rate = session.analyse(file ? watcherFor(file.get()) : nullptr);
+  const std::optional<double> rate = session.analyse(recorder.watcher());
   if (!rate) return Cancelled(KeptAnalysis(session));
-  if (file) file->finish();
+  recorder.finish();
   const std::vector<Warning> warnings = TellWarnings(session);
   PrintSummary(session, {options.clip, session.contents().identity.frames, *rate, warnings});
   return kDone;
@@ -68,12 +52,19 @@ namespace {
 
 void print(const std::string& text) { std::fwrite(text.data(), 1, text.size(), stdout); }
 
+std::string faultsOf(const Description& faults) {
+  std::string text = faults.front();
+  if (faults.size() > 1) text += " (and " + std::to_string(faults.size() - 1) + " more, see --json)";
+  return text + "; get a whole copy of the project";
+}
+
 /// Tells what can be read of a file, and only then that it is damaged.
 ExitStatus showFile(const StoredFormat& format, const std::string& path, bool json) {
-  const Description description = format.describe(path);
+  const Description description = Describe(format, path);
   if (Interrupted()) return Cancelled("nothing was changed");
   print(json ? JsonText(description, 1) + "\n" : TextOf(format, path, description));
   if (description["complete"]) return kDone;
+  if (description.contains("faults")) throw Failure(faultsOf(description["faults"]));
   throw Failure(path + ": this " + format.name +
                 " file is damaged or was cut short, and only what could be read is told; get a whole copy of it");
 }
@@ -81,7 +72,8 @@ ExitStatus showFile(const StoredFormat& format, const std::string& path, bool js
 }  // namespace
 
 ExitStatus Show(const SessionOptions& options, bool json) {
-  if (const StoredFormat* format = FormatOf(options.clip)) return showFile(*format, options.clip, json);
+  CheckReadable(options.clip);
+  if (const StoredFormat* format = AnyFormatOf(options.clip)) return showFile(*format, options.clip, json);
   Session session(options);
   if (session.effect().holdsAnalysis()) session.effect().showFirstFrame();
   const nlohmann::ordered_json description = DescribeEffect(session);
@@ -97,7 +89,7 @@ ExitStatus ShowParameters(bool json) {
 
 ExitStatus Sample(const std::string& out, const std::string& truth, bool force, ProgressStyle progressStyle) {
   CheckOutput(out, force);
-  if (!truth.empty()) CheckOutput(truth, force);
+  if (!truth.empty()) CheckOutput(truth, force, ".json");
   Progress progress(progressStyle, ProgressStream(progressStyle), "Drawing", sampleFrames);
   WriteSampleClip(out, truth, [&](int frames) {
     progress.update(frames);

@@ -46,8 +46,9 @@ struct ConvertOptions {
 /// followed once more, and what is stored stays.
 ExitStatus Analyse(const SessionOptions& options, const std::string& tracks = {});
 ExitStatus Render(const SessionOptions& options, const RenderOptions& render);
-ExitStatus Stabilise(const SessionOptions& options, const RenderOptions& render);
-/// Tells what is stored for a clip, or what one of the program's own files holds.
+/// `tracks`: as for `Analyse`.
+ExitStatus Stabilise(const SessionOptions& options, const RenderOptions& render, const std::string& tracks = {});
+/// Tells what is stored for a clip, or what one of the program's own files or projects holds.
 ExitStatus Show(const SessionOptions& options, bool json);
 /// Writes one of the program's own files in its present form, or as a table.
 ExitStatus Convert(const ConvertOptions& options);

@@ -10,14 +10,16 @@ Description describe(const std::string& path) {
   MotionConfidenceSet set;
   const bool complete = set.Load(path.c_str());
   Spread spread;
+  FrameSpan span;
   Description frames = Description::array();
   size_t low = 0;
   for (size_t i = 0; i < set.index.size(); ++i) {
     spread.add(set.confidence[i]);
+    span.add(set.index[i]);
     if (set.confidence[i] <= lowConfidence) ++low;
     frames.push_back({{"frame", set.index[i]}, {"confidence", NumberOf(set.confidence[i])}});
   }
-  return {{"format", "MCONF"}, {"complete", complete},    {"start", set.start},         {"end", set.end},
+  return {{"format", "MCONF"}, {"complete", complete},    {"start", span.first},        {"end", span.last},
           {"low", low},        {"spread", spread.json()}, {"frames", std::move(frames)}};
 }
 

@@ -16,17 +16,19 @@ namespace {
 
 namespace fs = std::filesystem;
 
-void checkReadable(const std::string& in) {
+void checkInput(const std::string& in) {
+  CheckReadable(in);
   std::error_code error;
   if (!fs::exists(in, error)) throw Failure(in + ": there is no such file; check the name");
   if (fs::is_directory(in, error)) throw Failure(in + ": this is a folder; give the name of a file in it");
 }
 
 const StoredFormat& formatOf(const std::string& in) {
-  if (const StoredFormat* format = FormatOf(in)) return *format;
-  throw Failure(in +
-                ": this is none of the files that can be converted (motion, confidence, points, matches, tracks, "
-                "events, gains, planes, matrices, effect documents); to read a video use analyse or stabilise");
+  if (const StoredFormat* format = AnyFormatOf(in)) return *format;
+  throw Failure(
+      in +
+      ": this is none of the files that can be converted (motion, confidence, points, matches, tracks, "
+      "events, gains, planes, matrices, strings, effect documents); to read a video use analyse or stabilise");
 }
 
 /// The further segments of a file of tracks are made beside the temporary one, and move with it.
@@ -60,7 +62,7 @@ void writeTracks(const StoredFormat& format, const ConvertOptions& options) {
   OutputFile file(options.out);
   Segments segments(file);
   errno = 0;
-  if (!format.rewrite(options.in, file.temporaryPath())) FailToWrite(options.out, errno != 0 ? errno : EIO);
+  if (!Rewrite(format, options.in, file.temporaryPath())) FailToWrite(options.out, errno != 0 ? errno : EIO);
   segments.move(options.force);
   file.commit();
 }
@@ -71,18 +73,20 @@ void writePresentForm(const StoredFormat& format, const ConvertOptions& options)
                   ") in its present form already; give an OUT that ends in .csv for a table");
   if (format.presentForm == std::string("strk")) return writeTracks(format, options);
   const MemoryFile memory;  // since not all writers tell of a full disk
-  if (!format.rewrite(options.in, memory.path())) FailToWrite(options.out, EIO);
+  if (!Rewrite(format, options.in, memory.path())) FailToWrite(options.out, EIO);
   OutputFile::write(options.out, memory.contents());
 }
 
 }  // namespace
 
 ExitStatus Convert(const ConvertOptions& options) {
-  checkReadable(options.in);
-  if (options.out.empty()) throw Failure("the name of the file to write is empty; give one that ends in .csv", kUsage);
-  CheckOutput(options.out, options.force);
+  checkInput(options.in);
+  CheckOutput(options.out, options.force, ".csv");
   const StoredFormat& format = formatOf(options.in);
-  const Description description = format.describe(options.in);
+  if (!format.table)
+    throw Failure(options.in + ": this is " + format.holds + " (" + format.name +
+                  "), which has one form and is no table; `orvane show` tells what it holds");
+  const Description description = Describe(format, options.in);
   if (Interrupted()) return Cancelled("nothing was written to " + options.out);
   if (!description["complete"])
     throw Failure(options.in + ": this " + format.name +

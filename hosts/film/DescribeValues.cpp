@@ -29,6 +29,8 @@ Description SpansOf(const Vorn::MultiRange& ranges) {
   return spans;
 }
 
+Description SpansOf(int first, int last) { return Description::array({{{"first", first}, {"last", last}}}); }
+
 std::string SpanText(const Description& spans) {
   constexpr size_t shown = 12;
   std::string text;
@@ -76,6 +78,12 @@ std::string Line(const std::string& label, const std::string& value) {
   return line + value + "\n";
 }
 
+std::string SettingsText(const Description& settings) {
+  std::string text;
+  for (const auto& [name, value] : settings.items()) text += " --" + name + " " + Short(value);
+  return text.empty() ? "none" : text.substr(1);
+}
+
 std::string Short(const Description& number) {
   if (!number.is_number()) return number.is_string() ? number.get<std::string>() : number.dump();
   char text[32];
@@ -88,7 +96,9 @@ std::string Count(size_t count, const char* one, const char* many) {
 }
 
 bool BeginsWithLine(std::string_view head, std::string_view keyword) {
-  return head.starts_with(keyword) && (head.size() == keyword.size() || head[keyword.size()] == '\n');
+  if (!head.starts_with(keyword)) return false;
+  head.remove_prefix(keyword.size());
+  return head.empty() || head.starts_with('\n') || head.starts_with("\r\n");
 }
 
 bool IsChunked(std::string_view head, std::string_view form) {

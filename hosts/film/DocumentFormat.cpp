@@ -1,3 +1,8 @@
+#include <fstream>
+#include <iterator>
+#include <nlohmann/json.hpp>
+#include <optional>
+
 #include "film/DescribeEvents.h"
 #include "film/DescribeValues.h"
 #include "film/Effect.h"
@@ -41,8 +46,45 @@ Description framesOf(const SerialisedMotion& motion, const AGCStorage& gains) {
   return frames;
 }
 
+/// What JSON that is no effect document may be, by what stands in it.
+std::string guessOf(const nlohmann::json& read) {
+  if (read.contains("motion") && read.contains("intended")) return "the truth of a sample clip (orvane sample --truth)";
+  if (read.contains("format") && read["format"].is_string() && read.contains("complete"))
+    return "what orvane show --json told of a file of the format " + read["format"].get<std::string>();
+  constexpr size_t named = 3;
+  std::string names;
+  size_t count = 0;
+  for (const auto& [name, value] : read.items())
+    if (++count <= named) names.append(names.empty() ? "" : ", ").append(nlohmann::json(name).dump());
+  if (count > named) names += " and " + std::to_string(count - named) + " more";
+  return count == 0 ? "an empty object" : "an object with " + names;
+}
+
+/// Fails with what JSON of other programs is. What has parts of an effect document passes, be it damaged or newer.
+void refuseOtherJson(const std::string& path) {
+  std::ifstream in(path, std::ios::binary);
+  const std::string text{std::istreambuf_iterator<char>(in), {}};
+  constexpr const char* ours = "; the JSON files that this program reads are effect documents and presets";
+  const nlohmann::json read = nlohmann::json::parse(text, nullptr, false);
+  if (read.is_discarded()) {
+    if (text.find("\"archives\"") == std::string::npos && text.find("\"clip\"") == std::string::npos)
+      throw Failure(path + ": this is no effect document: it begins as JSON does, and isn't, or isn't whole" + ours);
+  } else if (!read.contains("archives") && !read.contains("clip")) {
+    throw Failure(path + ": this is JSON and no effect document; it looks like " + guessOf(read) + ours);
+  }
+}
+
+std::optional<EffectDocument> load(const std::string& path) {
+  try {
+    return EffectDocument::Load(path);
+  } catch (const Failure&) {
+    refuseOtherJson(path);
+    throw;
+  }
+}
+
 Description describe(const std::string& path) {
-  const auto document = EffectDocument::Load(path);
+  const auto document = load(path);
   if (!document) throw Failure(path + ": there is no such file; check the name");
   ParameterStore parameters;
   TerminalPlatform texts("");
@@ -80,9 +122,7 @@ std::string lines(const Description& d) {
     text += Line("analysed frames",
                  SpanText(d["ranges"]) + ", at " + d["analysedWidth"].dump() + " x " + d["analysedHeight"].dump()) +
             EventLines(d);
-  std::string settings;
-  for (const auto& [name, value] : d["settings"].items()) settings += " --" + name + " " + Short(value);
-  return text + Line("settings", settings.empty() ? "none" : settings.substr(1));
+  return text + Line("settings", SettingsText(d["settings"]));
 }
 
 }  // namespace

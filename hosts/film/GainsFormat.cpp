@@ -1,23 +1,39 @@
+#include <algorithm>
+
 #include "film/DescribeValues.h"
 #include "rendering/AGCStorage.h"
 
 namespace film {
 namespace {
 
+/// In the text form only the first frame is numbered; those that lie behind the last number that there is aren't told.
+void dropWrapped(AGCStorage* store) {
+  const auto wrapped = std::ranges::adjacent_find(
+      store->gains, [](const FrameParams& before, const FrameParams& next) { return next.frame < before.frame; });
+  if (wrapped != store->gains.end()) store->gains.erase(wrapped + 1, store->gains.end());
+}
+
 Description describe(const std::string& path, bool isOld) {
   AGCStorage store;
-  const bool complete = store.Load(path.c_str());
+  bool complete = store.Load(path.c_str());
+  if (isOld) {
+    const size_t read = store.gains.size();
+    dropWrapped(&store);
+    complete = complete && store.gains.size() == read;
+  }
   Spread spread;
+  FrameSpan span;
   Description frames = Description::array();
   for (const FrameParams& entry : store.gains) {
     spread.add(entry.gain);
+    span.add(entry.frame);
     frames.push_back({{"frame", entry.frame}, {"gain", NumberOf(entry.gain)}});
   }
   return {{"format", "GAINS"},
           {"version", isOld ? 1 : store.version},
           {"complete", complete},
           {"text", isOld},
-          {"ranges", SpansOf(store.range)},
+          {"ranges", isOld && !span.empty ? SpansOf(span.first, span.last) : SpansOf(store.range)},
           {"gain", spread.json()},
           {"frames", std::move(frames)}};
 }

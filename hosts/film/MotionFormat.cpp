@@ -9,6 +9,10 @@ namespace {
 using Vorn::HomographySet;
 using Vorn::Matrix;
 
+// Motion from frame to frame and corrections of frames have the same form, and nothing in it tells one from the other.
+constexpr const char* matrices = "a matrix for each frame: motion, or a correction";
+constexpr const char* oldMatrices = "a matrix for each frame, motion or a correction, in the old text form";
+
 /// How far a frame's matrix moves the point that it acts about, in pixels.
 double moveOf(const Matrix& m) { return std::hypot(m(0, 2) / m(2, 2), m(1, 2) / m(2, 2)); }
 
@@ -31,8 +35,10 @@ Description describe(const std::string& path) {
   HomographySet motion;
   const bool complete = motion.Load(path.c_str());
   Spread moves, turns;
+  FrameSpan span;
   Description frames = Description::array();
   for (const Vorn::HomographyFrame& frame : motion.hset) {
+    span.add(frame.frame);
     moves.add(moveOf(frame.matrix));
     turns.add(turnOf(frame.matrix));
     frames.push_back(rowOf(motion, frame));
@@ -44,9 +50,9 @@ Description describe(const std::string& path) {
           {"valueBytes", motion.sizeParam},
           {"origin", motion.originLocation == 4 ? "centre" : "corner"},
           {"originLocation", motion.originLocation},
-          {"start", motion.start},
-          {"end", motion.end},
-          {"ranges", SpansOf(motion.range)},
+          {"start", span.first},
+          {"end", span.last},
+          {"ranges", motion.version == 1 && !span.empty ? SpansOf(span.first, span.last) : SpansOf(motion.range)},
           {"move", moves.json()},
           {"turn", turns.json()},
           {"frames", std::move(frames)}};
@@ -56,9 +62,9 @@ std::string lines(const Description& d) {
   const size_t held = d["frames"].size();
   std::string frames = Count(held, "frame", "frames");
   if (held > 0) frames += ", " + d["start"].dump() + " to " + d["end"].dump();
-  return Line("motion", frames) + Line("covered", SpanText(d["ranges"])) +
-         Line("move from frame to frame", SpreadText(d["move"], "pixels")) +
-         Line("turn from frame to frame", SpreadText(d["turn"], "degrees")) +
+  return Line("matrices", frames) + Line("covered", SpanText(d["ranges"])) +
+         Line("move by a matrix", SpreadText(d["move"], "pixels")) +
+         Line("turn by a matrix", SpreadText(d["turn"], "degrees")) +
          Line("origin", d["origin"] == "centre" ? "the frame's centre" : "the frame's top left corner");
 }
 
@@ -74,23 +80,13 @@ bool rewrite(const std::string& in, const std::string& out) {
 }  // namespace
 
 StoredFormat MotionFormat() {
-  return {"HSET",
-          "the motion of each frame",
-          [](std::string_view head) { return IsChunked(head, "HSET"); },
-          describe,
-          lines,
-          "frames"};
+  return {"HSET", matrices, [](std::string_view head) { return IsChunked(head, "HSET"); }, describe, lines, "frames"};
 }
 
 StoredFormat OldMotionFormat() {
-  return {"HSET",
-          "the motion of each frame, in the old text form",
-          [](std::string_view head) { return BeginsWithLine(head, "HSET"); },
-          describe,
-          lines,
-          "frames",
-          "HSET",
-          rewrite};
+  return {"HSET",   oldMatrices, [](std::string_view head) { return BeginsWithLine(head, "HSET"); },
+          describe, lines,       "frames",
+          "HSET",   rewrite};
 }
 
 }  // namespace film

@@ -1,10 +1,13 @@
 #include <atomic>
 #include <cstdio>
 #include <optional>
+#include <utility>
+#include <vector>
 
 #include "film/Commands.h"
 #include "film/Comparison.h"
 #include "film/Fields.h"
+#include "film/HalfSize.h"
 #include "film/Interrupt.h"
 #include "film/OutputFile.h"
 #include "film/OverlayPainter.h"
@@ -22,9 +25,11 @@ class OverlayWriter {
       : render(renderOptions),
         span(writtenSpan),
         clip(session.contents()),
-        painter(session.effect(), clip, QuarterTurns(clip.path)),
-        movie(render.out, clip, MovieSpanOf(span, clip), render.encoder),
+        written(WrittenContents(render, clip)),
+        painter(session.effect(), clip, QuarterTurns(clip.path), render.preview ? 2.0 : 1.0),
+        movie(render.out, written, MovieSpanOf(span, written), render.encoder),
         pool(clip.format.width, clip.format.height),
+        halfPool(written.format.width, written.format.height),
         progress(session.progressStyle(), ProgressStream(session.progressStyle()), "Drawing", span.last + 1) {
     tellNotes();
   }
@@ -63,6 +68,11 @@ class OverlayWriter {
 
   void write(SharedPicture picture) {
     complete = picture->number >= span.last;
+    if (render.preview) {
+      SharedPicture half = halfPool.take();
+      Halve(*picture, clip.format.fieldOrder, half.get());
+      picture = std::move(half);
+    }
     movie.write(std::move(picture));
   }
 
@@ -75,10 +85,11 @@ class OverlayWriter {
   const RenderOptions& render;
   Span span;
   const ClipContents& clip;
+  ClipContents written;
   OverlayPainter painter;
   MovieWriter movie;
   size_t told = 0;
-  PicturePool pool;
+  PicturePool pool, halfPool;
   Progress progress;
   FeatureTrails trails;
   SharedPicture firstField;
@@ -104,13 +115,15 @@ ExitStatus Overlay(const SessionOptions& options, const RenderOptions& render) {
   Session session(options);
   const Span span = SpanOf(render, session.contents());
   if (session.needsAnalysis()) {
-    CheckBeforeAnalysis(session, render, session.contents());
+    CheckBeforeAnalysis(session, render, WrittenContents(render, session.contents()));
     if (!session.analyse()) return Cancelled(KeptAnalysis(session));
   }
   session.trySettings();
-  session.effect().showFirstFrame();
-  const std::optional<Made> made = drawSpan(session, render, span);
+  // All of them, also with an analysis of before: what they tell is what an overlay is for.
+  const std::vector<Warning> warnings = TellWarnings(session);
+  std::optional<Made> made = drawSpan(session, render, span);
   if (!made) return Cancelled("nothing was written to " + render.out);
+  made->warnings = warnings;
   PrintSummary(session, *made);
   return kDone;
 }

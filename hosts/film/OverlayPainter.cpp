@@ -22,29 +22,29 @@ int reachOf(const ClipContents& clip) {
   return static_cast<int>(std::lround(std::clamp<double>(pictures, shortestReach, longestReach)));
 }
 
-void drawBorder(Canvas& canvas, const std::array<Point2D, 4>& corners) {
-  const OverlayScale scale(canvas.width(), canvas.height());
+void drawBorder(Canvas& canvas, const OverlayScale& scale, const std::array<Point2D, 4>& corners) {
   for (size_t i = 0; i < corners.size(); ++i)
     canvas.line(corners[i], corners[(i + 1) % corners.size()], 1.5 * scale.stroke, overlay::planned);
 }
 
 }  // namespace
 
-OverlayPainter::OverlayPainter(Effect& effect, const ClipContents& clip, int turns)
+OverlayPainter::OverlayPainter(Effect& effect, const ClipContents& clip, int turns, double times)
     : planner(*effect.plugIn().ObjC_MP),
       window(effect),
       panel(planner, clip.identity.frames * picturesEach(clip), picturesEach(clip)),
       quarterTurns(turns),
+      shrunk(times),
       reach(reachOf(clip)) {}
 
 void OverlayPainter::paint(int number, const std::vector<FeatureMark>& marks, FloatPicture* picture) const {
   Canvas canvas(*picture, quarterTurns);
-  const OverlayScale scale(picture->width, picture->height);
+  const OverlayScale scale(picture->width, picture->height, shrunk);
   const std::array<Point2D, 4> corners = shownCorners(canvas, number);
   canvas.fillOutside(corners, overlay::black, outsideShare);
   DrawFeatures(canvas, scale, marks);
-  drawPath(canvas, number);
-  drawBorder(canvas, corners);
+  drawPath(canvas, scale, number);
+  drawBorder(canvas, scale, corners);
   panel.draw(canvas, scale, number, marks);
 }
 
@@ -54,8 +54,7 @@ std::array<Point2D, 4> OverlayPainter::shownCorners(const Canvas& canvas, int nu
   return corners;
 }
 
-void OverlayPainter::drawPath(Canvas& canvas, int number) const {
-  const OverlayScale scale(canvas.width(), canvas.height());
+void OverlayPainter::drawPath(Canvas& canvas, const OverlayScale& scale, int number) const {
   const CentrePath path = CentrePathAround(planner, window, number, reach);
   const auto draw = [&](const std::vector<Point2D>& points, const Colour& colour) {
     const auto at = [&](size_t i) { return canvas.shown(points[i].x, points[i].y); };
@@ -64,7 +63,7 @@ void OverlayPainter::drawPath(Canvas& canvas, int number) const {
     for (size_t i = 1; i <= path.now; ++i) canvas.line(at(i - 1), at(i), 2 * thickness, overlay::black, edgeShare);
     for (size_t i = 1; i < points.size(); ++i)
       canvas.line(at(i - 1), at(i), thickness, colour, i <= path.now ? 1.0f : aheadShare);
-    canvas.line(at(path.now), at(path.now), 6 * scale.stroke + 2, overlay::black);
+    canvas.line(at(path.now), at(path.now), 6 * scale.stroke + 2 * shrunk, overlay::black);
     canvas.line(at(path.now), at(path.now), 6 * scale.stroke, colour);
   };
   draw(path.measured, overlay::measured);

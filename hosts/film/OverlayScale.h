@@ -6,11 +6,12 @@ namespace film {
 
 /// How large the overlay's parts are on a picture, in pixels: readable on small pictures, fine on large ones.
 struct OverlayScale {
-  OverlayScale(int width, int height) {
-    const double side = std::min(width, height);
-    letters = 6.0 + 0.0105 * side;
-    stroke = std::max(1.0, side / 540.0);
-    mark = std::max(1.0, side / 540.0);
+  /// `shrunk`: how many times smaller the picture is made before it is looked at.
+  OverlayScale(int width, int height, double shrunk = 1.0) {
+    const double side = std::min(width, height) / shrunk;
+    letters = shrunk * (6.0 + 0.0105 * side);
+    stroke = shrunk * std::max(1.0, side / 540.0);
+    mark = shrunk * std::max(1.0, side / 540.0);
   }
 
   double letters;  ///< the height of digits

@@ -49,7 +49,7 @@ ExitStatus Presets(const PresetsOptions& options) {
     list(options.json);
     return kDone;
   }
-  CheckOutput(options.save, options.force);
+  CheckOutput(options.save, options.force, ".json");
   OutputFile::write(options.save, DescribePreset(settingsOf(options)).dump(1) + "\n");
   return kDone;
 }

@@ -6,15 +6,11 @@
 #include "film/OutputFile.h"
 #include "film/RunFiles.h"
 #include "film/Summary.h"
+#include "film/TracksRecorder.h"
 #include "film/WrittenSpan.h"
 
 namespace film {
 namespace {
-
-/// What the pictures that are written are like.
-ClipContents writtenContents(const RenderOptions& render, const ClipContents& clip) {
-  return render.preview ? HalfSized(clip) : clip;
-}
 
 /// Prints the notes about a movie from the one at `first`; how many there are.
 size_t tellNotes(const MovieWriter& movie, const std::string& out, size_t first) {
@@ -27,7 +23,7 @@ size_t tellNotes(const MovieWriter& movie, const std::string& out, size_t first)
 std::optional<Made> renderSpan(Session& session, const RenderOptions& render, const Span& span) {
   Progress progress(session.progressStyle(), ProgressStream(session.progressStyle()), "Rendering", span.count());
   SharedPicture picture = session.effect().render(span.first);
-  const ClipContents written = writtenContents(render, session.contents());
+  const ClipContents written = WrittenContents(render, session.contents());
   MovieWriter movie(render.out, written, MovieSpanOf(span, written), render.encoder);
   PicturePool smaller(written.format.width, written.format.height);
   const size_t told = tellNotes(movie, render.out, 0);
@@ -87,18 +83,22 @@ ExitStatus Render(const SessionOptions& options, const RenderOptions& render) {
   return renderAndTell(session, render, span, TellPlanWarnings(session));
 }
 
-ExitStatus Stabilise(const SessionOptions& options, const RenderOptions& render) {
+ExitStatus Stabilise(const SessionOptions& options, const RenderOptions& render, const std::string& tracks) {
   CheckOutput(render.out, render.force);
   const OutputFile trial(render.out);
+  TracksRecorder recorder(tracks, options.clip);
   Session session(options);
   const Span span = SpanOf(render, session.contents());
-  if (session.needsAnalysis()) CheckBeforeAnalysis(session, render, writtenContents(render, session.contents()));
+  if (session.needsAnalysis()) CheckBeforeAnalysis(session, render, WrittenContents(render, session.contents()));
   session.applySettings();
   std::vector<Warning> warnings;
   if (session.needsAnalysis()) {
-    if (!session.analyse()) return Cancelled(KeptAnalysis(session));
+    if (!session.analyse(recorder.watcher())) return Cancelled(KeptAnalysis(session));
+    recorder.finish();
     warnings = limitZoomAndTell(session);
   } else {
+    if (!recorder.follow(session)) return Cancelled("nothing was written to " + render.out + " and " + tracks);
+    recorder.finish();
     session.limitZoom();
     warnings = TellPlanWarnings(session);
   }

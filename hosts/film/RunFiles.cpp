@@ -26,8 +26,9 @@ void CheckFilesDiffer(const std::vector<std::string>& files) {
             kUsage);
 }
 
-void CheckOutput(const std::string& out, bool force) {
-  if (out.empty()) throw Failure("the name of the file to write is empty; give one that ends in .mp4", kUsage);
+void CheckOutput(const std::string& out, bool force, const char* ending) {
+  if (out.empty())
+    throw Failure(std::string("the name of the file to write is empty; give one that ends in ") + ending, kUsage);
   std::error_code error;
   if (std::filesystem::is_directory(out, error))
     throw Failure(out + ": this is a folder; give the name of a file in it");

@@ -9,7 +9,8 @@ namespace film {
 /// Fails if two of the files of a run are the same one. Empty names stand for none.
 void CheckFilesDiffer(const std::vector<std::string>& files);
 
-/// Fails unless `out` may be written: it is no folder, nor there already unless `force`.
-void CheckOutput(const std::string& out, bool force);
+/// Fails unless `out` may be written: it is no folder, nor there already unless `force`. `ending`: what names of such
+/// files end in, for who gave none.
+void CheckOutput(const std::string& out, bool force, const char* ending = ".mp4");
 
 }  // namespace film

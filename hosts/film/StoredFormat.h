@@ -23,7 +23,8 @@ struct StoredFormat {
   std::function<Description(const std::string& path)> describe;
   /// The lines behind the first one, for people.
   std::function<std::string(const Description&)> lines;
-  /// The member of the description that is a table: objects that name their columns, or arrays without names.
+  /// The member of the description that is a table: objects that name their columns, or arrays without names. Null
+  /// where there is none.
   const char* table;
   /// The format that a file of this old one is rewritten as; null for a present one.
   const char* presentForm = nullptr;
@@ -33,8 +34,22 @@ struct StoredFormat {
 
 const std::vector<StoredFormat>& StoredFormats();
 
-/// The format of a file, or null if it is none of the system's own or can't be read at all.
+/// The format of a file, or null if it is none of what an analysis or the library writes, or can't be read at all.
 const StoredFormat* FormatOf(const std::string& path);
+
+/// The same, or one of the further ones: presets, strings files and projects, which are folders.
+const StoredFormat* AnyFormatOf(const std::string& path);
+
+/// Fails, saying what stands in the way, if a file is there and can't be read: for want of rights, or since it is a
+/// pipe or a device. A folder passes, and so does what isn't there.
+void CheckReadable(const std::string& path);
+
+/// What a file of a format holds. A file that the library has complaints about isn't complete; they go to the log.
+/// Fails if nothing of it can be told.
+Description Describe(const StoredFormat& format, const std::string& path);
+
+/// Rewrites a file, the library's complaints going to the log; false if that can't be written.
+bool Rewrite(const StoredFormat& format, const std::string& in, const std::string& out);
 
 /// What a file of a format holds as lines of text, its name first.
 std::string TextOf(const StoredFormat& format, const std::string& path, const Description& description);
@@ -55,5 +70,8 @@ StoredFormat OldEventsFormat();
 StoredFormat GainsFormat();
 StoredFormat OldGainsFormat();
 StoredFormat DocumentFormat();
+StoredFormat PresetFormat();
+StoredFormat StringsFormat();
+StoredFormat ProjectFormat();
 
 }  // namespace film

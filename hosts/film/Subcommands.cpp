@@ -37,23 +37,29 @@ void addFilmOptions(CLI::App* command, Arguments* arguments) {
   AddRenderOptions(command, arguments);
   addOutFolder(command, arguments);
   AddSpanOptions(command, arguments);
+  AddPreviewOption(command, arguments);
   AddZoomLimitOption(command, arguments);
   AddSettingOptions(command, arguments);
 }
 
-/// Those of the commands that write steady films.
-void addSteadyFilmOptions(CLI::App* command, Arguments* arguments) {
-  addFilmOptions(command, arguments);
-  AddPreviewOption(command, arguments);
+void addTracksOption(CLI::App* command, Arguments* arguments) {
+  command
+      ->add_option(
+          "--tracks", arguments->tracks,
+          "also write the features that are followed, frame by frame; with an analysis that is stored they are "
+          "followed once more")
+      ->type_name("F.strk");
 }
 
 void addStabilise(CLI::App* app, Arguments* arguments) {
   CLI::App* command = app->add_subcommand(
       "stabilise", "analyse a clip unless that was done, and write the steady one; with -O, several clips");
   command->alias("stabilize");
-  addSteadyFilmOptions(command, arguments);
+  addFilmOptions(command, arguments);
   AddAnalysisOptions(command, arguments);
-  runOnEach(command, arguments, true, [=] { return Stabilise(arguments->session, arguments->render); });
+  addTracksOption(command, arguments);
+  runOnEach(command, arguments, true,
+            [=] { return Stabilise(arguments->session, arguments->render, arguments->tracks); });
 }
 
 void addAnalyse(CLI::App* app, Arguments* arguments) {
@@ -64,19 +70,14 @@ void addAnalyse(CLI::App* app, Arguments* arguments) {
   AddPresetOption(command, arguments);
   AddAnalysisOptions(command, arguments);
   AddSettingOptions(command, arguments);
-  command
-      ->add_option(
-          "--tracks", arguments->tracks,
-          "also write the features that are followed, frame by frame; with an analysis that is stored they are "
-          "followed once more")
-      ->type_name("F.strk");
+  addTracksOption(command, arguments);
   runOnEach(command, arguments, false, [=] { return Analyse(arguments->session, arguments->tracks); });
 }
 
 void addRender(CLI::App* app, Arguments* arguments) {
   CLI::App* command =
       app->add_subcommand("render", "write the steady clip from what is stored; with -O, several clips");
-  addSteadyFilmOptions(command, arguments);
+  addFilmOptions(command, arguments);
   runOnEach(command, arguments, true, [=] { return Render(arguments->session, arguments->render); });
 }
 
@@ -150,12 +151,13 @@ void addPresets(CLI::App* app, Arguments* arguments) {
 }
 
 void addShow(CLI::App* app, Arguments* arguments) {
-  CLI::App* command = app->add_subcommand(
-      "show", "tell what is stored for a clip, or what is in one of the program's own files, whatever its name");
+  CLI::App* command = app->add_subcommand("show",
+                                          "tell what is stored for a clip, or what is in one of the program's own "
+                                          "files, whatever its name, or in a project");
   AddClipOptions(command, arguments);
   command->get_option("CLIP")->description(
-      "the video file; or a file of motion, confidence, points, matches, tracks, events, gains, a plane, a matrix, or "
-      "an effect document");
+      "the video file; or a file of motion, confidence, points, matches, tracks, events, gains, a plane, a matrix, "
+      "strings, an effect document, a preset, or a project, which is a folder");
   command->add_flag("--json", arguments->json, "for programs");
   command->callback([arguments] { arguments->run = [=] { return Show(arguments->session, arguments->json); }; });
 }

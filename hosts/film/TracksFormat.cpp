@@ -21,6 +21,13 @@ void open(FeatureStorage& store, const std::string& path) {
                   "it is missing; get a whole copy of it and of the files beside it that its name begins");
 }
 
+/// Of a text with Windows' line ends the comment keeps the half of one.
+std::string commentOf(const FeatureStorage& store) {
+  std::string comment = store.comment;
+  if (comment.ends_with('\r')) comment.pop_back();
+  return comment;
+}
+
 Description rangesOf(const FeatureStorage& store) {
   Vorn::MultiRange all;
   for (const Vorn::MultiRange& segment : store.segments) AddRanges(all, segment.data);
@@ -54,7 +61,7 @@ Description describe(const std::string& path) {
   return {{"format", isText ? "TRACKS" : "strk"},
           {"version", store.version},
           {"complete", complete},
-          {"comment", store.comment},
+          {"comment", commentOf(store)},
           {"segments", store.segments.size()},
           {"window", store.window},
           {"levels", store.levels},
@@ -87,7 +94,7 @@ bool rewrite(const std::string& in, const std::string& out) {
   open(old, in);
   old.ReadToList();
   store.GetConfiguration(old);
-  store.comment = old.comment;
+  store.comment = commentOf(old);
   store.SetTracks(old.GetTracks(), old.firstFrame, old.lastFrame);
   if (static_cast<long long>(store.lastFrame) - store.firstFrame >= mostFrames)
     throw Failure(in + ": its tracks claim to cover " +

@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "film/ClipDescription.h"
+#include "film/HalfSize.h"
 
 namespace film {
 namespace {
@@ -36,6 +37,10 @@ Span SpanOf(const RenderOptions& render, const ClipContents& clip) {
   if (span.first > span.last) throw Failure("--from must not lie behind --to", kUsage);
   if (render.preview) span.last = std::min(span.last, lastWithin(previewSeconds, span.first, clip));
   return span;
+}
+
+ClipContents WrittenContents(const RenderOptions& render, const ClipContents& clip) {
+  return render.preview ? HalfSized(clip) : clip;
 }
 
 void CheckBeforeAnalysis(const Session& session, const RenderOptions& render, const ClipContents& written) {

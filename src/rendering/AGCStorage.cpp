@@ -19,6 +19,8 @@ namespace {
 
 constexpr long headBytes = 8, tagBytes = 4, recordBytes = 16;
 constexpr long mostFrames = 1L << 24;
+// Of a range of the store's own that its gains don't bear out: eleven hours of film, four megabytes.
+constexpr long mostUnknown = 1L << 20;
 
 struct FileCloser {
   void operator()(FILE* file) const { fclose(file); }
@@ -87,7 +89,9 @@ std::vector<float> AGCStorage::GetGains(int first, int last) const {
 
 std::vector<float> AGCStorage::GetGains() const {
   const Range* covered = firstRange();
-  return covered != nullptr ? GetGains(covered->first, covered->last) : std::vector<float>();
+  if (covered == nullptr) return {};
+  const long unknown = static_cast<long>(covered->last) - covered->first + 1 - static_cast<long>(gains.size());
+  return unknown <= mostUnknown ? GetGains(covered->first, covered->last) : std::vector<float>();
 }
 
 int AGCStorage::GetStart() const {

@@ -31,7 +31,8 @@ class AGCStorage {
   /// One gain for each frame from `first` to `last`; empty if `last` is below `first`. So is a span of more than 2^24
   /// frames, six days of film, which only a damaged file can ask for.
   std::vector<float> GetGains(int first, int last) const;
-  /// The gains of the range that begins first; others aren't included.
+  /// The gains of the range that begins first; others aren't included. Empty where that range has 2^20 more frames than
+  /// the store has gains, so that a small damaged file can't ask for much memory.
   std::vector<float> GetGains() const;
 
   int GetStart() const;  ///< The first frame of the range that begins first; -1 if there is none.

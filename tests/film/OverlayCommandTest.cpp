@@ -145,6 +145,40 @@ TEST_F(OverlayCommandTest, TheSoundComesAlongAndNothingElseChanges) {
   EXPECT_EQ(soundPackets(out), soundPackets(clip));
 }
 
+TEST_F(OverlayCommandTest, APreviewIsOfHalfTheSizeWithLinesAsThick) {
+  const SquaresClip squares;
+  squares.write(film, 8);
+  ASSERT_EQ(overlay(film, drawn, {"--rendering", "natural", "--preview", "--from", "2", "--lossless"}).status, 0);
+  const ClipContents preview = ScanClip(drawn);
+  EXPECT_EQ(preview.format.width, SquaresClip::width / 2);
+  EXPECT_EQ(preview.format.height, SquaresClip::height / 2);
+  EXPECT_EQ(preview.identity.frames, 6);
+  // A dot is half as large in the whole picture as it would be drawn there, so that it keeps its size when halved.
+  const auto place = squares.placeOf(2, 1, 3);
+  const auto frames = framesOf(drawn);
+  float nearest = 1.0f;
+  for (int dy = -2; dy <= 2; ++dy)
+    for (int dx = -2; dx <= 2; ++dx) {
+      const int x = static_cast<int>(place.x / 2) + dx, y = static_cast<int>(place.y / 2) + dy;
+      const float* argb = frames[1].data() + 4 * (static_cast<size_t>(y) * (SquaresClip::width / 2) + x);
+      const Colour& dot = overlay::skyBlue;
+      nearest = std::min(
+          nearest, std::max({std::fabs(argb[1] - dot.r), std::fabs(argb[2] - dot.g), std::fabs(argb[3] - dot.b)}));
+    }
+  EXPECT_LT(nearest, 0.12f);
+}
+
+TEST_F(OverlayCommandTest, WarningsAreToldAsByTheOtherCommands) {
+  const std::string flat = folder / "flat.mkv",
+                    told = "orvane: " + flat + ": no motion could be found in 4 of 5 frames";
+  MakeClip(flat, 5, "-vf lutyuv=y=128:u=128:v=128 -c:v ffv1");
+  EXPECT_THAT(run({"overlay", flat, "-o", drawn, "--progress", "lines"}).err, HasSubstr(told));
+  EXPECT_THAT(run({"overlay", flat, "-o", drawn, "--force", "--progress", "lines"}).err, HasSubstr(told));
+  const std::string lines = run({"overlay", flat, "-o", drawn, "--force", "--progress", "json"}).out;
+  EXPECT_THAT(lines.substr(lines.rfind("{\"done\"")), HasSubstr("\"warnings\":[{\"kind\":\"noMotion\""));
+  EXPECT_EQ(run({"overlay", flat, "-o", drawn, "--force", "--quiet"}).err, "");
+}
+
 TEST_F(OverlayCommandTest, TheStoredAnalysisIsUsedAndSettingsAreOnlyTried) {
   ASSERT_EQ(run({"analyse", clip, "--quiet"}).status, 0);
   const std::string stored = ReadAll(document);

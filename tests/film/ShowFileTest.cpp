@@ -1,8 +1,12 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <sys/stat.h>
+
+#include <filesystem>
 #include <nlohmann/json.hpp>
 
+#include "film/NobodysRights.h"
 #include "film/StoredFileFixture.h"
 #include "film/StoredFormat.h"
 
@@ -33,11 +37,11 @@ class ShowFileTest : public StoredFileTest {
 
 TEST_F(ShowFileTest, Motion) {
   EXPECT_EQ(told(hset()),
-            "the motion of each frame (HSET, version 2)\n"
-            "motion:                   2 frames, 3 to 4\n"
+            "a matrix for each frame: motion, or a correction (HSET, version 2)\n"
+            "matrices:                 2 frames, 3 to 4\n"
             "covered:                  3 to 4\n"
-            "move from frame to frame: 0 to 0.1 pixels, 0.05 on average\n"
-            "turn from frame to frame: 0 to 0 degrees, 0 on average\n"
+            "move by a matrix:         0 to 0.1 pixels, 0.05 on average\n"
+            "turn by a matrix:         0 to 0 degrees, 0 on average\n"
             "origin:                   the frame's centre\n");
   const json d = shown(hset());
   EXPECT_EQ(d["format"], "HSET");
@@ -52,8 +56,10 @@ TEST_F(ShowFileTest, Motion) {
 }
 
 TEST_F(ShowFileTest, MotionInTheOldForm) {
-  EXPECT_THAT(told(kOldHset), AllOf(StartsWith("the motion of each frame, in the old text form (HSET, version 1)\n"),
-                                    HasSubstr("2 frames, 0 to 1"), HasSubstr("top left corner")));
+  EXPECT_THAT(
+      told(kOldHset),
+      AllOf(StartsWith("a matrix for each frame, motion or a correction, in the old text form (HSET, version 1)\n"),
+            HasSubstr("2 frames, 0 to 1"), HasSubstr("top left corner")));
   EXPECT_EQ(shown(kOldHset)["frames"][1]["m02"], 2.123456789);
 }
 
@@ -65,6 +71,15 @@ TEST_F(ShowFileTest, Confidence) {
             "doubtful:                 1 frame of 0.1 or less\n");
   EXPECT_EQ(shown(kMconf)["frames"], json::parse(R"([{"frame": 0, "confidence": 1.0},
                                                      {"frame": 1, "confidence": 0.05}])"));
+}
+
+TEST_F(ShowFileTest, NegativeFramesAreToldAsTheyAre) {
+  EXPECT_THAT(told("MCONF\n-3 0.5\n-5 1\n"), HasSubstr("confidence:               2 frames, -5 to -3\n"));
+  EXPECT_EQ(shown("MCONF\n-3 0.5\n-5 1\n")["end"], -3);
+  const std::string motion = "HSET\n-7 1 0 0 0 1 0 0 0 1\n-6 1 0 0 0 1 0 0 0 1\n";
+  EXPECT_THAT(told(motion), AllOf(HasSubstr("matrices:                 2 frames, -7 to -6\n"),
+                                  HasSubstr("covered:                  -7 to -6\n")));
+  EXPECT_THAT(told("GAINS\nstart -9\n1\n1\n"), HasSubstr("covered:                  -9 to -8\n"));
 }
 
 TEST_F(ShowFileTest, AMatrix) {
@@ -159,6 +174,17 @@ TEST_F(ShowFileTest, Gains) {
   EXPECT_EQ(shown(kOldGains)["frames"], shown(gains())["frames"]);
 }
 
+TEST_F(ShowFileTest, GainsBehindTheLastFrameNumberAreDamage) {
+  const std::string path = made("end.gains", "GAINS\nstart 2147483646\n1\n1.5\n2\n3\n");
+  const Outcome outcome = run({"show", path, "--json"});
+  EXPECT_EQ(outcome.status, 1);
+  EXPECT_THAT(outcome.err, HasSubstr("damaged"));
+  const json d = json::parse(outcome.out);
+  EXPECT_EQ(d["frames"], json::parse(R"([{"frame": 2147483646, "gain": 1.0}, {"frame": 2147483647, "gain": 1.5}])"));
+  EXPECT_EQ(d["ranges"], json::parse(R"([{"first": 2147483646, "last": 2147483647}])"));
+  EXPECT_EQ(shown("GAINS\nstart 2147483646\n1\n1.5\n")["frames"].size(), 2u);
+}
+
 TEST_F(ShowFileTest, NumbersThatJsonLacksAreTexts) {
   const std::string bytes = "FARY\n3 1 3\n" + Float(std::numeric_limits<float>::quiet_NaN()) +
                             Float(-std::numeric_limits<float>::infinity()) + Float(1);
@@ -183,8 +209,9 @@ TEST_F(ShowFileTest, EveryTruncationOfEveryFormatEndsWithAStatus) {
       const std::string path = made("cut", whole.substr(0, size));
       const Outcome outcome = run({"show", path});
       EXPECT_TRUE(outcome.status == 0 || outcome.status == 1) << whole.substr(0, size);
-      EXPECT_EQ(outcome.status == 0, outcome.err.empty() || outcome.err.starts_with("Error reading PSET"))
-          << outcome.err;
+      EXPECT_EQ(outcome.status == 0, outcome.err.empty()) << outcome.err;
+      EXPECT_LE(std::count(outcome.err.begin(), outcome.err.end(), '\n'), 1) << outcome.err;
+      EXPECT_TRUE(outcome.err.empty() || outcome.err.starts_with("orvane: ")) << outcome.err;
     }
 }
 
@@ -194,6 +221,92 @@ TEST_F(ShowFileTest, WhatIsNoneOfThemIsTakenForAClip) {
   EXPECT_EQ(FormatOf(made("numbers.txt", "3 3 and words")), nullptr);
   EXPECT_EQ(FormatOf(made("empty", "")), nullptr);
   EXPECT_EQ(FormatOf(folder / ""), nullptr);
+}
+
+TEST_F(ShowFileTest, WhatTheLibraryPrintsOfAFileGoesToTheLog) {
+  // A record and a half: the reader takes the one and complains.
+  const std::string half =
+      file("PSET", chunk("CONF", strk::Int(2) + strk::Int(0) + Long(0)) +
+                       chunk("DATA", Long(7) + Float(1.5F) + Float(2) + Float(1) + Long(8) + Float(3)));
+  const std::string path = made("half.pset", half), log = folder / "log.txt";
+  const Outcome outcome = run({"show", path, "--json", "--log", log});
+  EXPECT_EQ(outcome.status, 1);
+  EXPECT_THAT(outcome.err, AllOf(StartsWith("orvane: " + path), HasSubstr("damaged or was cut short")));
+  EXPECT_EQ(json::parse(outcome.out)["points"].size(), 1u);
+  EXPECT_EQ(ReadAll(log), "Error reading PSET DATA\n");
+  expectRefusal({"show", made("none.mconf", "MCONF\nnothing\n")}, 1, "none.mconf", "damaged");
+  expectRefusal({"show", made("few.points", "POINTS\n3\n1 2 3\n")}, 1, "few.points", "damaged");
+  expectRefusal({"convert", made("few.points", "POINTS\n3\n1 2 3\n"), folder / "out"}, 1, "few.points", "damaged");
+}
+
+TEST_F(ShowFileTest, WindowsLineEndsAreNamedOrRead) {
+  const auto windows = [](std::string text) {
+    for (size_t at = 0; (at = text.find('\n', at)) != std::string::npos; at += 2) text.insert(at, 1, '\r');
+    return text;
+  };
+  for (const std::string& text :
+       {std::string(kOldHset), std::string(kMconf), std::string(kPoints), std::string(kMatches), std::string(kOldGains),
+        std::string(kMfp1), std::string(kMfp2), mfp3()}) {
+    expectRefusal({"show", made("w.txt", windows(text))}, 1, "w.txt", "Windows' line ends");
+    expectRefusal({"convert", made("w.txt", windows(text)), folder / "out.csv"}, 1, "w.txt", "Unix line ends");
+  }
+  EXPECT_EQ(shown(windows(kMatrix))["values"], json::parse("[[1,2,3],[4,5,-0.0065]]"));
+  EXPECT_EQ(shown(windows(kTracks)), shown(kTracks));  // the comment too
+}
+
+TEST_F(ShowFileTest, APreset) {
+  const std::string text = "{ \"smoothing\": 40, \"crop-equal\": true}\n";
+  EXPECT_EQ(told(text), "settings under one name (preset)\nsettings:                 --smoothing 40 --crop-equal on\n");
+  const json d = shown(text);
+  EXPECT_EQ(d["format"], "preset");
+  EXPECT_EQ(d["settings"], json::parse(R"({"smoothing": 40, "crop-equal": "on"})"));
+  expectRefusal({"show", made("p.json", "{\"smoothing\": 400}")}, 1, "p.json", "1 to 100");
+  expectRefusal({"convert", made("p.json", text), folder / "out.csv"}, 1, "p.json", "no table");
+}
+
+TEST_F(ShowFileTest, Strings) {
+  const std::string text = "/* Buttons */\n\"b\" = \"Two\\nlines\";\n\"a\" = \"One\";\n";
+  EXPECT_EQ(told(text), "texts that users see (strings)\ntexts:                    2\na = One\nb = Two?lines\n");
+  EXPECT_EQ(shown(text)["texts"], json::parse(R"([{"key": "a", "text": "One"}, {"key": "b", "text": "Two\nlines"}])"));
+  expectRefusal({"show", made("cut.strings", text + "\"c\" = \"T")}, 1, "cut.strings", "damaged");
+}
+
+TEST_F(ShowFileTest, JsonOfOtherProgramsIsToldAsWhatItLooksLike) {
+  for (const char* command : {"show", "convert"}) {
+    const auto refused = [&](const std::string& text, const std::string& words) {
+      std::vector<std::string> arguments{command, made("o.json", text)};
+      if (arguments[0] == "convert") arguments.push_back(folder / "out.csv");
+      const Outcome outcome = run(arguments);
+      EXPECT_EQ(outcome.status, 1);
+      EXPECT_THAT(outcome.err, AllOf(HasSubstr("o.json"), HasSubstr("no effect document"), HasSubstr(words),
+                                     testing::Not(HasSubstr("--again"))));
+    };
+    refused(R"({"version": 1, "name": "x"})", "an object with \"name\", \"version\"");
+    refused(R"({"a": 1, "b": 2, "c": 3, "d": 4, "e": 5})", "\"a\", \"b\", \"c\" and 2 more");
+    refused("{}", "an empty object");
+    refused(R"({"format": "HSET", "complete": true})", "orvane show --json");
+    refused(R"({"motion": [], "intended": []})", "--truth");
+    refused("{ not json", "begins as JSON does");
+  }
+  expectRefusal({"show", made("cut.json", "{\n \"archives\": {")}, 1, "cut.json", "damaged or was cut short");
+}
+
+TEST_F(ShowFileTest, WhatCantBeReadIsToldAsWhatItIs) {
+  const std::string pipe = folder / "pipe", out = folder / "out.csv";
+  ASSERT_EQ(mkfifo(pipe.c_str(), 0600), 0);
+  for (const std::string& name : {pipe, std::string("/dev/null")}) {
+    expectRefusal({"show", name}, 1, name, "a pipe or a device");
+    expectRefusal({"convert", name, out}, 1, name, "a pipe or a device");
+  }
+}
+
+TEST_F(ShowFileTest, AMissingRightToReadIsTold) {
+  const std::string path = made("secret.mconf", kMconf);
+  std::filesystem::permissions(folder / "", std::filesystem::perms::all);
+  std::filesystem::permissions(path, std::filesystem::perms::none);
+  const NobodysRights rights;
+  expectRefusal({"show", path}, 1, path, "access rights");
+  expectRefusal({"convert", path, folder / "out.csv"}, 1, path, "access rights");
 }
 
 class ShowDocumentTest : public CommandLineTest {};

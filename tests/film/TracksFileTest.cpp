@@ -10,6 +10,7 @@
 #include "film/CommandLineFixture.h"
 #include "film/Failure.h"
 #include "film/Interrupt.h"
+#include "film/NobodysRights.h"
 #include "film/SquaresClip.h"
 
 namespace film {
@@ -172,6 +173,45 @@ TEST_F(TracksFileTest, AStoredAnalysisStaysAsItIs) {
   EXPECT_EQ(StrkReader(tracks).frames.size(), static_cast<size_t>(frames));
   ASSERT_EQ(analyse({"--again"}).status, 0);  // over the one that is there
   EXPECT_EQ(StrkReader(tracks).frames.size(), static_cast<size_t>(frames));
+}
+
+TEST_F(TracksFileTest, StabilisingWritesThemBesideTheFilm) {
+  SquaresClip().write(film, frames);
+  const std::string steady = folder / "steady.mkv";
+  const auto stabilise = [&] {
+    return run({"stabilise", film, "-o", steady, "--tracks", tracks, "--force", "--quiet", "--threads", "1"});
+  };
+  ASSERT_EQ(stabilise().status, 0);
+  const StrkReader measured(tracks);
+  EXPECT_EQ(measured.frames.size(), static_cast<size_t>(frames));
+  const std::string stored = ReadAll(film + ".orvane.json");
+  std::filesystem::remove(tracks);
+  ASSERT_EQ(stabilise().status, 0);  // from what is stored
+  EXPECT_EQ(ReadAll(film + ".orvane.json"), stored);
+  EXPECT_EQ(StrkReader(tracks).frames.size(), static_cast<size_t>(frames));
+  EXPECT_EQ(ScanClip(steady).identity.frames, frames);
+}
+
+TEST_F(TracksFileTest, TheFolderOfAnAnalysedClipNeedntBeWritable) {
+  SquaresClip().write(film, frames);
+  ASSERT_EQ(run({"analyse", film, "--quiet"}).status, 0);
+  const TestFolder other;
+  using std::filesystem::perms;
+  std::filesystem::permissions(other / "", perms::all);
+  std::filesystem::permissions(folder / "",
+                               perms::all & ~(perms::owner_write | perms::group_write | perms::others_write));
+  {
+    const NobodysRights rights;
+    tracks = other / "f.strk";
+    const Outcome outcome = analyse();
+    EXPECT_EQ(outcome.status, 0) << outcome.err;
+    EXPECT_EQ(StrkReader(tracks).frames.size(), static_cast<size_t>(frames));
+    // What is kept with the clip needs it, and another place is named.
+    expectRefusal({"analyse", film, "--tracks", tracks, "--again", "--quiet"}, 1, film + ".orvane.json", "--effect");
+    expectRefusal({"analyse", film, "--tracks", tracks, "--smoothing", "40", "--quiet"}, 1, film + ".orvane.json",
+                  "--effect");
+  }
+  std::filesystem::permissions(folder / "", perms::all);
 }
 
 TEST_F(TracksFileTest, WhatCantBeWrittenIsToldBeforeTheWork) {

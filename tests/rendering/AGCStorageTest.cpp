@@ -109,6 +109,15 @@ TEST_F(AGCStorageTest, TheRangeThatBeginsFirstGivesStartStopAndGains) {
   EXPECT_EQ(gains[10], 2.0F);
 }
 
+TEST_F(AGCStorageTest, ARangeFarBeyondTheGainsAsksForNoMemory) {
+  storage.AddGain(2.0F, 0);
+  storage.AddRange(0, 1 << 20);
+  EXPECT_EQ(storage.GetGains().size(), (1U << 20) + 1);
+  storage.AddRange(0, (1 << 20) + 1);
+  EXPECT_THAT(storage.GetGains(), IsEmpty());
+  EXPECT_EQ(storage.GetGains(0, (1 << 20) + 1).size(), (1U << 20) + 2);  // who asks gets it
+}
+
 TEST_F(AGCStorageTest, ClearKeepsNumberAndVersion) {
   storage.AddGain(2.0F, 20);
   storage.AddRange(1, 2);
