@@ -10,6 +10,10 @@ int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   if (!project) return 0;
   fuzz::Require(project->hasDimensions() || (project->width == 0 && project->height == 0),
                 "a size is whole or missing");
+  const auto again = ParseProjectFile("<sequence width='" + std::to_string(project->width) + "' height=\"" +
+                                      std::to_string(project->height) + "\"></sequence>");
+  fuzz::Require(again && again->sized && again->width == project->width && again->height == project->height,
+                "a size reads back as it was taken");
   for (const auto& path : {project->motion, project->rotation, project->confidence, project->events, project->gains})
     if (path) fuzz::Require(path->size() < size, "a path is a part of the text");
   return 0;

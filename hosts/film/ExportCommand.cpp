@@ -68,6 +68,7 @@ class PackageContents {
 void writePackage(const std::string& package, const SerialisedMotion& motion, AGCStorage& gains,
                   const MotionProcessorFCPX& planner, bool force) {
   PackageContents contents(package);
+  contents.index.sized = true;
   motion.getAnalysisWidth(&contents.index.width, &contents.index.height);
   contents.add(&ProjectFile::motion, "motion.set", [&](const char* path) { return motion.getMotion()->Save(path); });
   if (!motion.getQAMotion()->hset.empty())

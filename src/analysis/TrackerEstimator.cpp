@@ -325,7 +325,7 @@ bool TrackerEstimator::loadMotion(const char* motionPath, const char* rotationPa
     confidence_.Clear();
     return false;
   }
-  if (analysedMotion.hset.empty()) return true;
+  // A set without frames has the frame -1 as its start and end, which so counts as certain; no frame has that number.
   for (int frame = analysedMotion.start; frame <= analysedMotion.end; ++frame) confidence_.Set(frame, 1.0f);
   return true;
 }

@@ -13,7 +13,7 @@ namespace {
 
 constexpr std::string_view quotes = "\"'";
 constexpr std::uintmax_t mostBytes = 16 << 20;
-constexpr long largestSize = 65535;  // pixels; beyond it a size is a typing error, not a frame
+constexpr long mostPixels = 1'000'000'000;
 
 /// Walks a section's text as the standalone application's own reader does.
 class Scanner {
@@ -50,6 +50,11 @@ std::optional<std::string_view> Section(std::string_view text, std::string_view 
   const size_t begin = from + start.size(), to = text.find(end, begin);
   if (to == std::string_view::npos) return std::nullopt;
   return text.substr(begin, to - begin);
+}
+
+/// The number that a text begins with, 0 without one. At most a billion either way, so that two of them can be added.
+int IntegerOf(const std::string& text) {
+  return static_cast<int>(std::clamp(std::strtol(text.c_str(), nullptr, 10), -mostPixels, mostPixels));
 }
 
 std::optional<std::string> PathIn(std::string_view text, const std::string& tag) {
@@ -91,14 +96,10 @@ std::optional<ProjectFile> ParseProjectFile(const std::string& text) {
   ProjectFile project;
   Scanner scanner(*sequence);
   const auto widthText = scanner.attribute("width="), heightText = scanner.attribute("height=");
-  if (widthText && heightText) {
-    const long width = std::strtol(widthText->c_str(), nullptr, 10);
-    const long height = std::strtol(heightText->c_str(), nullptr, 10);
-    const auto usable = [](long size) { return size > 0 && size <= largestSize; };
-    if (usable(width) && usable(height)) {
-      project.width = static_cast<int>(width);
-      project.height = static_cast<int>(height);
-    }
+  if (widthText && heightText) {  // that they are there decides: one that tells no frame is taken as it stands
+    project.sized = true;
+    project.width = IntegerOf(*widthText);
+    project.height = IntegerOf(*heightText);
   }
   project.motion = PathIn(text, "motion");
   project.rotation = PathIn(text, "premotion");

@@ -6,10 +6,11 @@
 /// What the index file "project.fpf" of a standalone application's project names, as far as the effect takes it over.
 /// The file isn't parsed as XML: its sections are found by their fixed start and end tags. Paths stand as written.
 struct ProjectFile {
-  int width = 0, height = 0;  ///< pixels; both 0 where the file doesn't tell a usable size
+  bool sized = false;         ///< the file has texts for both width and height, whatever they say
+  int width = 0, height = 0;  ///< pixels as these texts tell them, also none or fewer; both 0 without them
   std::optional<std::string> motion, rotation, confidence, events, gains;
 
-  bool hasDimensions() const { return width > 0 && height > 0; }
+  bool hasDimensions() const { return sized; }
 };
 
 /// Reads the text of an index file. Nothing where it lacks the sequence section, without which it is no project.

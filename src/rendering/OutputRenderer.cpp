@@ -30,8 +30,14 @@ Matrix Scale(double factor) {
   return m;
 }
 
+/// The whole part of a coordinate. A stored size of frames may be any number, and so lead beyond what an int holds.
+int WholePart(double coordinate) {
+  constexpr double farthest = 1 << 30;
+  return static_cast<int>(std::clamp(coordinate, -farthest, farthest));
+}
+
 /// What the two ends of a span of `size` pixels move in by where only `kept` of them stay.
-int Margin(int size, double kept) { return (size - static_cast<int>(kept)) / 2; }
+int Margin(int size, double kept) { return (size - WholePart(kept)) / 2; }
 
 PixelARGBSF BlackOf(const Image& image) {
   constexpr float full = 65535.0f;  // integer values of a float picture are 16-bit scaled
@@ -234,8 +240,8 @@ Rectangle OutputRenderer::cropAtOutputSize(float scale, int outputWidth, int out
   };
   const auto x = [&](int c) { return scaled(c, inputWidth, outputWidth); };
   const auto y = [&](int c) { return scaled(c, inputHeight, outputHeight); };
-  return Rectangle(static_cast<int>(std::ceil(x(cropBorder.tlx))), static_cast<int>(std::ceil(y(cropBorder.tly))),
-                   static_cast<int>(std::floor(x(cropBorder.brx))), static_cast<int>(std::floor(y(cropBorder.bry))));
+  return Rectangle(WholePart(std::ceil(x(cropBorder.tlx))), WholePart(std::ceil(y(cropBorder.tly))),
+                   WholePart(std::floor(x(cropBorder.brx))), WholePart(std::floor(y(cropBorder.bry))));
 }
 
 Matrix OutputRenderer::flip(int frameHeight) const {

@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <cmath>
 #include <filesystem>
+#include <fstream>
 #include <set>
 #include <string>
 #include <tuple>
@@ -680,6 +681,18 @@ TEST_F(LoadMotionTest, ALoadedMotionLeavesNothingOfTheOneBefore) {
     EXPECT_EQ(set->end, 7);
     EXPECT_EQ(set->originLocation, 4);
   }
+}
+
+TEST_F(LoadMotionTest, ASetWithoutFramesLoads) {
+  ASSERT_TRUE(HomographySet().Save(MotionPath().c_str()));
+  EXPECT_TRUE(estimator.loadMotion(MotionPath().c_str(), nullptr, nullptr));
+  EXPECT_TRUE(estimator.motion()->hset.empty());
+  EXPECT_EQ(estimator.confidence()->index, std::vector<int>{-1});
+  std::ofstream(MotionPath(), std::ios::binary) << std::string("RIFF\4\0\0\0HSET", 12);
+  EXPECT_TRUE(estimator.loadMotion(MotionPath().c_str(), nullptr, ConfidencePath().c_str()));
+  EXPECT_EQ(estimator.confidence()->index, (std::vector<int>{3, 90, -1})) << "it goes from -1 to -1, inclusive";
+  EXPECT_EQ(estimator.confidence()->Get(-1), 1.0f);
+  EXPECT_EQ(estimator.confidence()->Get(3), 0.25f);
 }
 
 TEST_F(LoadMotionTest, RangesThatClaimFarMoreThanTheFileHoldsAreRefused) {

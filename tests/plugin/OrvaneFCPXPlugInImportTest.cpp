@@ -8,6 +8,7 @@
 #include <filesystem>
 #include <fstream>
 #include <string>
+#include <tuple>
 #include <vector>
 
 #include "analysis/TrackerEstimator.h"
@@ -306,16 +307,44 @@ TEST_F(ProjectImport, SizesStandInEitherKindOfQuotes) {
   }
 }
 
-TEST_F(ProjectImport, SizesThatTellNoFrameAreMissing) {
+TEST_F(ProjectImport, WithoutBothTextsTheSizeIsMissing) {
   for (const char* attributes :
        {"", " width='640'", " height='480'", " height='480' width='640'", " width=640 height=480",
-        " width=640 height='480'", " width='' height='480'", " width='640' height=''", " width='a' height='b'",
-        " width='0' height='480'", " width='-640' height='480'", " width='640' height='-1'",
-        " width='4294967936' height='480'", " width='640' height='99999999999999999999999'",
-        " width= height=", " Width='640' Height='480'"}) {
+        " width=640 height='480'", " width='' height='480'", " width= height=", " width='640 height=480",
+        " Width='640' Height='480'"}) {
     const std::string sequence = std::string("<sequence") + attributes + "></sequence>";
     ExpectGoodWithoutSize(Import(sequence + kMotion + kFilters), attributes);
     EXPECT_EQ(StoredSize(), std::make_pair(wide, high)) << attributes;
+  }
+}
+
+TEST_F(ProjectImport, TextsThatTellNoFrameAreTakenAtTheirValue) {
+  constexpr int most = 1'000'000'000;  // beyond it a number counts as this one
+  for (const auto& [attributes, width, height] :
+       std::vector<std::tuple<std::string, int, int>>{{"width='a' height='b'", 0, 0},
+                                                      {"width='0' height='144'", 0, 144},
+                                                      {"width='-5' height='10'", -5, 10},
+                                                      {"width='640' height='-1'", 640, -1},
+                                                      {"width='640' height=''", 640, 0},  // the text is what follows
+                                                      {"width='px640' height='+480'", 0, 480},
+                                                      {"width='1' height='1'", 1, 1},
+                                                      {"width='70000' height='480'", 70000, 480},
+                                                      {"width='2000000000' height='1'", most, 1},
+                                                      {"width='4294967936' height='480'", most, 480},
+                                                      {"width='2147483647' height='2147483647'", most, most},
+                                                      {"width='-2147483648' height='-2147483648'", -most, -most},
+                                                      {"width='99999999999999999999' height='5'", most, 5},
+                                                      {"width='7' height='-99999999999999999999'", 7, -most}}) {
+    host.requests.clear();
+    ExpectGood(Import("<sequence " + attributes + "></sequence>" + kMotion + kRotation + kFilters), attributes);
+    EXPECT_EQ(StoredSize(), std::make_pair(width, height)) << attributes;
+    EXPECT_TRUE(host.requests.empty()) << attributes << ": no frame was asked for";
+    for (int type = 0; type <= 3; ++type) {
+      host.values[300] = type;
+      Render(3);
+      OrvaneFCPXPlugIn reopened(&host, &platform);
+      Render(reopened, 3);
+    }
   }
 }
 
@@ -606,12 +635,6 @@ TEST_F(ProjectImport, AnAnalysisThatBrokeOffEarlyIsTakenWithTheFramesThatItHas) 
   early.AppendRange(0, 99'999);
   ASSERT_TRUE(early.Save((package + "/early.set").c_str()));
   ExpectGood(Import(kSequence + "<motion>early.set</motion>" + kFilters));
-}
-
-TEST_F(ProjectImport, TheWidestSizeIsPlannedAtOnce) {
-  ExpectGood(Import("<sequence width='65535' height='65535'></sequence>" + kMotion + kFilters));
-  EXPECT_EQ(StoredSize(), std::make_pair(65535, 65535));
-  Render(3);
 }
 
 }  // namespace

@@ -3,6 +3,9 @@
 #include <gtest/gtest.h>
 
 #include <fstream>
+#include <string>
+#include <tuple>
+#include <vector>
 
 namespace {
 
@@ -39,21 +42,37 @@ TEST(ProjectFile, BlanksAroundAnyPathAreRemoved) {
   EXPECT_EQ(gainsOf("\"/gains\t\""), "/gains");
 }
 
-TEST(ProjectFile, SizesThatAreNoneAreMissing) {
-  for (const char* attributes : {"width='640'", "height='480'", "width='a' height='b'", "width='-640' height='480'",
-                                 "width=640 height=480", "width='99999999999999999999' height='480'",
-                                 "width='0' height='0'", "width='' height=''", "width='640 height="})
-    EXPECT_FALSE(ParseProjectFile(std::string("<sequence ") + attributes + "></sequence>")->hasDimensions())
-        << attributes;
+TEST(ProjectFile, TheTextsOfASizeDecideThatItIsThere) {
+  const auto parse = [](const std::string& attributes) {
+    return *ParseProjectFile("<sequence " + attributes + "></sequence>");
+  };
+  for (const char* attributes : {"width='640'", "height='480'", "width=640 height=480", "height='480' width='640'",
+                                 "width='' height=''", "width='640 height="}) {
+    EXPECT_FALSE(parse(attributes).hasDimensions()) << attributes;
+    EXPECT_EQ(parse(attributes).width, 0) << attributes;
+  }
+  for (const auto& [attributes, width, height] :
+       std::vector<std::tuple<std::string, int, int>>{{"width='a' height='b'", 0, 0},
+                                                      {"width='-640' height='480'", -640, 480},
+                                                      {"width='0' height='0'", 0, 0},
+                                                      {"width=' 640 ' height='480.9'", 640, 480},
+                                                      {"width='99999999999999999999' height='480'", 1000000000, 480},
+                                                      {"width='640' height='480", 640, 480}}) {
+    EXPECT_TRUE(parse(attributes).hasDimensions()) << attributes;
+    EXPECT_EQ(parse(attributes).width, width) << attributes;
+    EXPECT_EQ(parse(attributes).height, height) << attributes;
+  }
 }
 
 TEST(ProjectFile, WhatIsWrittenReadsBack) {
   ProjectFile project;
+  project.sized = true;
   project.width = 1920, project.height = 1080;
   project.motion = "m.set", project.rotation = "r.set", project.confidence = "c", project.events = "e e.mfp";
   project.gains = "../g";
   const auto whole = ParseProjectFile(ProjectFileText(project));
   ASSERT_TRUE(whole);
+  EXPECT_TRUE(whole->hasDimensions());
   EXPECT_EQ(whole->width, 1920);
   EXPECT_EQ(whole->height, 1080);
   EXPECT_EQ(whole->motion, "m.set");
