@@ -4,6 +4,7 @@
 #include <cmath>
 
 #include "analysis/TrackerEstimator.h"
+#include "film/EngineMessages.h"
 #include "film/Failure.h"
 #include "planning/MotionProcessorFCPX.h"
 #include "plugin/SerialisedEvents.h"
@@ -79,8 +80,13 @@ void Effect::change(const std::vector<SettingChange>& changes) {
   const bool planned = holdsAnalysis();
   if (planned) showFirstFrame();
   for (const SettingChange& change : news)
-    if (store.setNumber(change.id, change.value)) effect->parameterChanged(change.id);
+    if (store.setNumber(change.id, change.value)) tellChange(change.id);
   if (planned) storeEvents();
+}
+
+void Effect::tellChange(unsigned id) {
+  const EngineMessages aside;
+  effect->parameterChanged(id);
 }
 
 // The effect itself stores events after an analysis only; without this a changed setting would meet the old ones when
@@ -131,7 +137,10 @@ std::optional<ProjectImport> Effect::importProject(const std::string& package) {
   const std::shared_ptr<const KeyedCodable> before = store.find(kMotionStorage)->custom;
   platform.setAlertSink([&](const AlertSheet& sheet) { alert = sheet; });
   platform.setChosenItem(package);
-  store.press(kImportProjectButton);
+  {
+    const EngineMessages aside;
+    store.press(kImportProjectButton);
+  }
   platform.setChosenItem(std::nullopt);
   platform.setAlertSink(nullptr);
   host.rethrowTrouble();
@@ -171,7 +180,10 @@ SharedPicture Effect::renderAt(double time, const SharedPicture& input) {
   info.qualityLevel = 2;
   info.fieldOrder = HostFieldAt(order, 0.0);
   info.depth = 3;
+  std::optional<EngineMessages> aside;
+  if (!effect->ObjC_MP) aside.emplace();  // the effect plans in this call, from whatever was stored
   const bool rendered = effect->renderOutput(&outputImage, &inputImage, info);
+  aside.reset();
   host.rethrowTrouble();
   if (!rendered) throw Failure(source.contents().path + ": the effect refused frame " + std::to_string(input->number));
   return output;

@@ -71,6 +71,7 @@ class Effect {
   /// What the effect counts: frames, or fields.
   int pictureCount() const { return interlaced() ? 2 * frameCount() : frameCount(); }
   SharedPicture renderAt(double time, const SharedPicture& input);
+  void tellChange(unsigned id);
   void storeEvents();
   void watch(const AnalysisWatcher& watcher);
 

@@ -1,4 +1,5 @@
 #include <cerrno>
+#include <cstdio>
 #include <filesystem>
 #include <functional>
 #include <optional>
@@ -6,10 +7,12 @@
 #include <vector>
 
 #include "film/Commands.h"
+#include "film/FrameNumbers.h"
 #include "film/MemoryFile.h"
 #include "film/OutputFile.h"
 #include "film/ProjectPackage.h"
 #include "film/StoredFormat.h"
+#include "film/Warnings.h"
 #include "planning/MotionProcessorFCPX.h"
 #include "plugin/SerialisedAGC.h"
 #include "plugin/SerialisedMotion.h"
@@ -82,6 +85,15 @@ void writePackage(const std::string& package, const SerialisedMotion& motion, AG
   WritePackage(package, contents.index, contents.files, force);
 }
 
+/// An import trusts every frame that it brings.
+void tellUncertainFrames(const Session& session, const std::string& package, const MotionConfidenceSet& confidence) {
+  const std::vector<int> frames = FramesOf(session.contents(), LowConfidenceNumbers(confidence));
+  const ProgressStyle style = session.progressStyle();
+  if (frames.empty() || (style != ProgressStyle::Bar && style != ProgressStyle::Lines)) return;
+  std::fprintf(stderr, "orvane: %s: %s of low confidence will count as certain once imported\n", package.c_str(),
+               CountedFrames(frames).c_str());
+}
+
 }  // namespace
 
 ExitStatus Export(const SessionOptions& options, const ExportOptions& files) {
@@ -102,7 +114,9 @@ ExitStatus Export(const SessionOptions& options, const ExportOptions& files) {
   writeWith(files.gains, [&](const char* path) { return gains.Save(path); });
   writeWith(files.compensation, [&](const char* path) { return planner.compensatingMotion()->Save(path); });
   writeWith(files.design, [&](const char* path) { return planner.designMotion()->Save(path); });
-  if (!package.empty()) writePackage(package, motion, gains, planner, files.force);
+  if (package.empty()) return kDone;
+  writePackage(package, motion, gains, planner, files.force);
+  tellUncertainFrames(session, package, *motion.getConfidence());
   return kDone;
 }
 

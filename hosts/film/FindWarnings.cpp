@@ -110,6 +110,30 @@ std::vector<Warning> cropWarnings(Session& session) {
   return {warning};
 }
 
+/// Frames of the stored motion that one of the axes has no event for, in order.
+std::vector<int> framesWithoutEvent(Session& session, const Vorn::HomographySet& motion) {
+  const MotionProcessorFCPX* planner = session.effect().plugIn().ObjC_MP.get();
+  if (!planner || motion.hset.empty()) return {};
+  const auto hasEvent = [](const std::vector<MotionInterval>& events, int number) {
+    return std::any_of(events.begin(), events.end(), [=](const MotionInterval& event) {
+      return event.begin_frame <= number && number <= event.end_frame;
+    });
+  };
+  std::vector<int> without;
+  for (const Vorn::HomographyFrame& each : motion.hset) {
+    if (hasEvent(*planner->eventsX(), each.frame) && hasEvent(*planner->eventsY(), each.frame)) continue;
+    without.push_back(each.frame);
+  }
+  return FramesOf(session.contents(), without);
+}
+
+std::vector<Warning> sizeWarnings(Session& session, const SerialisedMotion& motion) {
+  int width = 0, height = 0;
+  motion.getAnalysisWidth(&width, &height);
+  const VideoFormat& format = session.contents().format;
+  return SizeWarnings(width, height, format.width, format.height);
+}
+
 void append(std::vector<Warning>* all, std::vector<Warning> more) {
   all->insert(all->end(), std::make_move_iterator(more.begin()), std::make_move_iterator(more.end()));
 }
@@ -135,6 +159,7 @@ std::vector<Warning> FindWarnings(Session& session) {
     confidences = confidencesOf(session, byNumber);
     steps = stepsOf(session, *motion, byNumber);
   }
+  if (analysed) append(&all, sizeWarnings(session, *motion));
   append(&all, RepeatWarnings(RepeatedFrames(frames, steps), static_cast<int>(frames.size())));
   append(&all, GapWarnings(frames));
   if (analysed) {
@@ -142,6 +167,7 @@ std::vector<Warning> FindWarnings(Session& session) {
       return ScenesChangeAt(frame, session.contents().identity.frames,
                             [&](int number) { return session.picture(number); });
     }));
+    append(&all, EventWarnings(framesWithoutEvent(session, *motion->getMotion())));
     append(&all, cropWarnings(session));
   }
   return named(session, std::move(all));

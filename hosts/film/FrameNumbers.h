@@ -1,6 +1,7 @@
 #pragma once
 
 #include <algorithm>
+#include <vector>
 
 #include "film/ClipContents.h"
 
@@ -20,5 +21,15 @@ class FrameNumbers {
  private:
   int each, last;
 };
+
+/// The frames of some numbers that the effect counts, in order and each once.
+inline std::vector<int> FramesOf(const ClipContents& contents, const std::vector<int>& numbers) {
+  const FrameNumbers frameNumbers(contents);
+  std::vector<int> frames;
+  for (const int number : numbers) frames.push_back(frameNumbers.of(number));
+  std::sort(frames.begin(), frames.end());
+  frames.erase(std::unique(frames.begin(), frames.end()), frames.end());
+  return frames;
+}
 
 }  // namespace film

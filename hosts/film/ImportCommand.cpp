@@ -1,6 +1,7 @@
 #include <cstdio>
 
 #include "film/Commands.h"
+#include "film/FrameNumbers.h"
 #include "film/PackageFaults.h"
 #include "film/ProjectPackage.h"
 #include "film/Summary.h"
@@ -10,27 +11,36 @@ namespace {
 
 bool isForPeople(ProgressStyle style) { return style == ProgressStyle::Bar || style == ProgressStyle::Lines; }
 
-[[noreturn]] void failToImport(const Session& session, const std::string& package, const ProjectImport& result) {
-  std::string line = package + ": " + result.text + " (" + FindPackageFaults(package).fatal;
+[[noreturn]] void failToImport(const Session& session, const std::string& package, const ProjectImport& result,
+                               const PackageFaults& faults) {
+  std::string line = package + ": " + result.text + " (" + faults.fatal;
   if (result.motionReplaced) line += "; its motion is kept in " + session.documentPath() + " all the same";
   throw Failure(line + ")");
 }
 
-/// What the alert says, and what it doesn't.
-void tell(Session& session, const std::string& package, const ProjectImport& result) {
+/// What the alert doesn't say.
+std::vector<std::string> notesOn(Session& session, const std::string& package, const PackageFaults& faults) {
+  std::vector<std::string> notes = faults.notes;
+  if (const std::vector<int> frames = FramesOf(session.contents(), faults.uncertain); !frames.empty())
+    notes.push_back(faults.confidenceFile + ": gives low confidence to " + CountedFrames(frames) +
+                    ", which count as certain once imported");
+  if (const int beyond = session.effect().framesBeyondClip(); beyond > 0)
+    notes.push_back(package + ": its motion goes on for " + Counted(beyond, "frame", "frames") +
+                    " behind the clip's end; is it of another clip?");
+  if (session.needsAnalysis())
+    notes.push_back(package + ": its motion covers " + std::to_string(session.effect().analysedFrames()) +
+                    " of the clip's " + Counted(session.contents().identity.frames, "frame", "frames") +
+                    "; `orvane render` leaves the others as they are, `orvane stabilise` analyses the clip anew");
+  return notes;
+}
+
+void tell(const Session& session, const std::string& package, const ProjectImport& result,
+          const std::vector<std::string>& notes) {
   const ProgressStyle style = session.progressStyle();
   if (style != ProgressStyle::None || !result.hasSize)
     std::fprintf(stderr, "orvane: %s: %s\n", package.c_str(), result.text.c_str());
-  if (!isForPeople(style)) return;
-  for (const std::string& note : FindPackageFaults(package).notes) std::fprintf(stderr, "orvane: %s\n", note.c_str());
-  if (const int beyond = session.effect().framesBeyondClip(); beyond > 0)
-    std::fprintf(stderr, "orvane: %s: its motion goes on for %d frames behind the clip's end; is it of another clip?\n",
-                 package.c_str(), beyond);
-  if (session.needsAnalysis())
-    std::fprintf(stderr,
-                 "orvane: %s: its motion covers %d of the clip's %d frames; `orvane render` leaves the others as they "
-                 "are, `orvane stabilise` analyses the clip anew\n",
-                 package.c_str(), session.effect().analysedFrames(), session.contents().identity.frames);
+  if (isForPeople(style))
+    for (const std::string& note : notes) std::fprintf(stderr, "orvane: %s\n", note.c_str());
 }
 
 }  // namespace
@@ -39,12 +49,15 @@ ExitStatus Import(const SessionOptions& options, const std::string& given) {
   const std::string package = PackageName(given);
   Session session(options);
   session.checkDocumentCanBeWritten();
+  const PackageFaults faults = FindPackageFaults(package);
+  if (!faults.useless.empty()) throw Failure(faults.useless);  // before it takes the place of what is stored
   const std::optional<ProjectImport> result = session.importProject(package);
   if (!result) throw Failure(package + ": the effect takes no such project");
-  if (!result->good) failToImport(session, package, *result);
-  tell(session, package, *result);
+  if (!result->good) failToImport(session, package, *result, faults);
+  const std::vector<std::string> notes = notesOn(session, package, faults);
+  tell(session, package, *result, notes);
   const std::vector<Warning> warnings = TellWarnings(session);
-  PrintSummary(session, {options.clip, session.contents().identity.frames, 0, warnings});
+  PrintSummary(session, {options.clip, session.contents().identity.frames, 0, warnings, notes});
   return kDone;
 }
 

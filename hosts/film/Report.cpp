@@ -34,14 +34,10 @@ Json describeRanges(const Vorn::MultiRange& ranges, const FrameNumbers& frames) 
   return list;
 }
 
-Json lowConfidenceFrames(const MotionConfidenceSet& confidence, const FrameNumbers& frames) {
-  Json list = Json::array();
-  for (size_t i = 0; i < confidence.index.size(); ++i) {
-    if (confidence.confidence[i] > usableConfidence) continue;
-    const int frame = frames.of(confidence.index[i]);
-    if (list.empty() || list.back() != frame) list.push_back(frame);
-  }
-  return list;
+/// " of 1920 x 1080", in whose pixels the border is, where that isn't the clip's size.
+std::string textOfOtherSize(const Json& size, const Json& clip) {
+  if (size["width"] == clip["width"] && size["height"] == clip["height"]) return "";
+  return " of " + size["width"].dump() + " x " + size["height"].dump();
 }
 
 double ratio(int whole, int part) { return part > 0 ? static_cast<double>(whole) / part : 1.0; }
@@ -70,6 +66,7 @@ void describePlan(Session& session, Json* description) {
   (*description)["border"] = {{"left", border.tlx},          {"top", border.tly},
                               {"right", border.brx},         {"bottom", border.bry},
                               {"found", planner.goodCrop()}, {"zoomToFill", std::max(ratios.x, ratios.y)}};
+  (*description)["analysedSize"] = {{"width", planner.analysedWidth}, {"height", planner.analysedHeight}};
 }
 
 void addCount(const std::vector<MotionInterval>& events, int* holds, int* moves, int* broken) {
@@ -163,7 +160,7 @@ Json DescribeEffect(Session& session) {
       effect.holdsAnalysis() && motion ? describeRanges(motion->getMotion()->range, FrameNumbers(clip)) : Json::array();
   if (effect.holdsAnalysis() && motion) {
     describePlan(session, &description);
-    description["lowConfidence"] = lowConfidenceFrames(*motion->getConfidence(), FrameNumbers(clip));
+    description["lowConfidence"] = FramesOf(clip, LowConfidenceNumbers(*motion->getConfidence()));
   }
   description["settings"] = DescribeSettings(effect.parameters());
   description["warnings"] = DescribeWarnings(FindWarnings(session));
@@ -183,8 +180,9 @@ std::string TextOf(const Json& description) {
     text += "horizontal events:        " + spans(description["events"]["horizontal"]) + "\n";
     text += "vertical events:          " + spans(description["events"]["vertical"]) + "\n";
     text += "crop border:              " + border["left"].dump() + ", " + border["top"].dump() + " to " +
-            border["right"].dump() + ", " + border["bottom"].dump() + ", zoom to fill " +
-            rounded(border["zoomToFill"]) + (border["found"].get<bool>() ? "" : " (no border was found)") + "\n";
+            border["right"].dump() + ", " + border["bottom"].dump() +
+            textOfOtherSize(description["analysedSize"], clip) + ", zoom to fill " + rounded(border["zoomToFill"]) +
+            (border["found"].get<bool>() ? "" : " (no border was found)") + "\n";
     text += "frames of low confidence: " + numberList(description["lowConfidence"]) + "\n";
   } else {
     text += "analysed frames:          none; run `orvane analyse` on the clip\n";

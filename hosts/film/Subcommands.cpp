@@ -183,8 +183,9 @@ void addParameters(CLI::App* app, Arguments* arguments) {
 }
 
 void addImport(CLI::App* app, Arguments* arguments) {
-  CLI::App* command = app->add_subcommand(
-      "import", "take over a project of the standalone application in place of an analysis of the clip");
+  CLI::App* command = app->add_subcommand("import",
+                                          "take over a project of the standalone application in place of an analysis "
+                                          "of the clip; what is stored for it is replaced");
   command->add_option("PACKAGE", arguments->package, "the project, a folder whose name ends in .orvane")
       ->type_name("")
       ->required();

@@ -107,6 +107,38 @@ std::string Counted(int count, const std::string& one, const std::string& many) 
   return std::to_string(count) + " " + (count == 1 ? one : many);
 }
 
+std::vector<int> LowConfidenceNumbers(const MotionConfidenceSet& confidence) {
+  std::vector<int> numbers;
+  for (size_t i = 0; i < confidence.index.size(); ++i)
+    if (confidence.confidence[i] <= usableConfidence) numbers.push_back(confidence.index[i]);
+  return numbers;
+}
+
+std::string FrameList(const std::vector<int>& frames) { return listText(stretchesOf(frames)); }
+
+std::string CountedFrames(const std::vector<int>& frames) {
+  return Counted(static_cast<int>(frames.size()), "frame", "frames") + " (" + FrameList(frames) + ")";
+}
+
+std::vector<Warning> SizeWarnings(int analysedWidth, int analysedHeight, int width, int height) {
+  if (analysedWidth == width && analysedHeight == height) return {};
+  const auto size = [](int w, int h) { return std::to_string(w) + " x " + std::to_string(h); };
+  return {{"otherSize",
+           0,
+           {},
+           "the stored motion is of frames of " + size(analysedWidth, analysedHeight) +
+               " pixels, and the clip's have " + size(width, height) +
+               "; it is scaled, which is right only where both are the same pictures"}};
+}
+
+std::vector<Warning> EventWarnings(const std::vector<int>& framesWithoutEvent) {
+  if (framesWithoutEvent.empty()) return {};
+  const int count = static_cast<int>(framesWithoutEvent.size());
+  return {{"noEvent", count, framesWithoutEvent,
+           "the stored holds and moves leave out " + CountedFrames(framesWithoutEvent) +
+               " of the motion; --events with another value than now finds them anew"}};
+}
+
 std::vector<Warning> MotionWarnings(const std::vector<float>& confidences, const std::vector<Step>& steps,
                                     const std::function<bool(int frame)>& changes) {
   const int frames = static_cast<int>(confidences.size());

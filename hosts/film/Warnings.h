@@ -5,6 +5,7 @@
 #include <string>
 #include <vector>
 
+#include "analysis/MotionConfidenceSet.h"
 #include "film/Session.h"
 
 // What the user should know of a clip and of what the analysis made of it.
@@ -12,6 +13,9 @@ namespace film {
 
 /// What the planner takes for broken is not above this.
 constexpr float usableConfidence = 0.1f;
+
+/// The numbers of pictures, frames or fields, whose confidence isn't above that, as they come.
+std::vector<int> LowConfidenceNumbers(const MotionConfidenceSet& confidence);
 
 /// How the picture moved to a frame from the one before it, in pixels.
 struct Step {
@@ -47,6 +51,12 @@ std::vector<Warning> GapWarnings(const std::vector<IndexedFrame>& frames);
 /// A zoom that leaves less than half of the frame.
 std::vector<Warning> ZoomWarnings(double zoom);
 
+/// A motion that was measured on frames of another size than the clip's, as that of an imported project may be.
+std::vector<Warning> SizeWarnings(int analysedWidth, int analysedHeight, int width, int height);
+
+/// Frames of a motion that no event of an axis holds, as in a project that was damaged. `events` are in order.
+std::vector<Warning> EventWarnings(const std::vector<int>& framesWithoutEvent);
+
 /// All of a session's clip, once it is analysed and its effect has shown a frame.
 std::vector<Warning> FindWarnings(Session& session);
 
@@ -55,6 +65,11 @@ std::vector<Warning> FindPlanWarnings(Session& session);
 
 /// "1 frame", "2 frames".
 std::string Counted(int count, const std::string& one, const std::string& many);
+
+/// Frames in order as "12, 40 to 48, 60 and 3 more".
+std::string FrameList(const std::vector<int>& frames);
+/// "2 frames (12, 40)".
+std::string CountedFrames(const std::vector<int>& frames);
 
 /// For programs: a list of objects with "kind", "count", "frames" and "text".
 nlohmann::ordered_json DescribeWarnings(const std::vector<Warning>& warnings);

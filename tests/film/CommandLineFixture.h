@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <cmath>
 #include <cstdlib>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -28,7 +29,8 @@ inline float SceneLuma(double x, double y) {
 inline double ShakeX(int frame) { return 1.5 * std::sin(1.9 * frame); }
 inline double ShakeY(int frame) { return 1.0 * std::cos(2.3 * frame); }
 
-inline void WriteShakyClip(const std::string& path) {
+/// The frames in `blank` are grey all over, so that nothing can be measured in them.
+inline void WriteShakyClip(const std::string& path, const std::set<int>& blank = {}) {
   EncoderOptions options;
   options.crf = 8;
   options.preset = "ultrafast";
@@ -41,7 +43,7 @@ inline void WriteShakyClip(const std::string& path) {
     for (int y = 0; y < clipHeight; ++y)
       for (int x = 0; x < clipWidth; ++x) {
         float* argb = picture->samples.data() + 4 * (static_cast<size_t>(y) * clipWidth + x);
-        argb[1] = argb[2] = argb[3] = SceneLuma(x + ShakeX(number), y + ShakeY(number));
+        argb[1] = argb[2] = argb[3] = blank.count(number) ? 0.5f : SceneLuma(x + ShakeX(number), y + ShakeY(number));
       }
     movie.write(std::move(picture));
   }

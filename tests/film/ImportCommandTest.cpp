@@ -3,10 +3,13 @@
 #include <sys/stat.h>
 
 #include <filesystem>
+#include <map>
 #include <nlohmann/json.hpp>
+#include <sstream>
 
 #include "film/CommandLineFixture.h"
 #include "film/Session.h"
+#include "film/Warnings.h"
 
 namespace film {
 namespace {
@@ -30,6 +33,26 @@ class ImportCommandTest : public CommandLineTest {
     std::vector<std::string> arguments{"import", package, clip, "--effect", fresh};
     arguments.insert(arguments.end(), more.begin(), more.end());
     return run(arguments);
+  }
+
+  /// What nothing may add to but the program itself.
+  static void expectOwnLinesOnly(const std::string& err) {
+    std::istringstream lines(err);
+    for (std::string line; std::getline(lines, line);) EXPECT_THAT(line, testing::StartsWith("orvane: "));
+  }
+
+  /// An old motion file: a frame's shake, but for the frames in `others`.
+  void writeMotion(const std::map<int, std::string>& others = {}) {
+    std::string text = "HSET\n";
+    for (int frame = 0; frame < clipFrames; ++frame) {
+      const auto other = others.find(frame);
+      text += std::to_string(frame) + " " +
+              (other != others.end() ? other->second
+               : frame % 2           ? "1 0 1 0 1 0 0 0 1"
+                                     : "1 0 -1 0 1 0 0 0 1") +
+              "\n";
+    }
+    WriteAll(package + "/motion.set", text);
   }
 
   /// Puts another index into the package.
@@ -233,6 +256,136 @@ TEST_F(ImportCommandTest, SlashesBehindThePackageAndOtherSpellingsAreFine) {
   fs::rename(folder / "beach.orvane", folder / "BEACH.ORVANE");
   package = folder / "BEACH.ORVANE";
   EXPECT_EQ(import({"--quiet"}).status, 0);
+}
+
+// Projects with which something is wrong.
+
+TEST_F(ImportCommandTest, ASizeThatNoFrameHasIsTurnedDownBeforeAnythingIsReplaced) {
+  WriteAll(fresh, ReadAll(document));
+  for (const auto& [attributes, size] :
+       std::vector<std::pair<std::string, std::string>>{{"width='0' height='144'", "0 x 144"},
+                                                        {"width='-5' height='10'", "-5 x 10"},
+                                                        {"width='192' height='-1'", "192 x -1"},
+                                                        {"width='abc' height='abc'", "0 x 0"}}) {
+    index("<sequence " + attributes + "></sequence>" + kMotion + kFilters);
+    expectRefusal({"import", package, clip, "--effect", fresh}, 1, package + "/project.fpf: gives its frames " + size,
+                  "leave out width and height to take the clip's");
+    EXPECT_EQ(ReadAll(fresh), ReadAll(document));
+  }
+}
+
+TEST_F(ImportCommandTest, ASizeOtherThanTheClipsIsToldWithBoth) {
+  index("<sequence width='96' height='72'></sequence>" + kMotion + kFilters);
+  const Outcome outcome = import();
+  EXPECT_EQ(outcome.status, 0);
+  EXPECT_THAT(outcome.err, AllOf(HasSubstr("of frames of 96 x 72 pixels"), HasSubstr("the clip's have 192 x 144")));
+  const Outcome shown = run({"show", clip, "--effect", fresh});
+  EXPECT_THAT(shown.out, AllOf(testing::ContainsRegex("crop border: .* of 96 x 72, zoom to fill"),
+                               HasSubstr("warning: " + clip + ": the stored motion is of frames of 96 x 72 pixels")));
+  const auto told = nlohmann::json::parse(run({"show", clip, "--effect", fresh, "--json"}).out);
+  EXPECT_EQ(told["analysedSize"]["width"], 96);
+  EXPECT_EQ(told["analysedSize"]["height"], 72);
+  EXPECT_LT(told["border"]["right"], 96);
+  EXPECT_EQ(told["warnings"][0]["kind"], "otherSize");
+  EXPECT_EQ(run({"render", clip, "-o", out, "--effect", fresh, "--preset", "ultrafast", "--quiet"}).status, 0);
+
+  EXPECT_THAT(run({"show", clip}).out, Not(HasSubstr("192 x 144, zoom"))) << "the clip's own size goes without saying";
+  EXPECT_EQ(nlohmann::json::parse(run({"show", clip, "--json"}).out)["analysedSize"]["height"], clipHeight);
+}
+
+TEST_F(ImportCommandTest, SizesFarFromTheClipsDoNoHarm) {
+  for (const std::string attributes :
+       {"width='1' height='1'", "width='2000000000' height='1'", "width='1' height='2147483647'",
+        "width='999999999999' height='999999999999'"}) {
+    index("<sequence " + attributes + "></sequence>" + kMotion + kFilters);
+    EXPECT_EQ(import().status, 0) << attributes;
+    for (const char* rendering : {"natural", "crop", "zoom", "complete"}) {
+      const Outcome outcome = run({"render", clip, "-o", out, "--force", "--effect", fresh, "--rendering", rendering,
+                                   "--preset", "ultrafast", "--quiet", "--to", "3"});
+      EXPECT_EQ(outcome.status, 0) << attributes << " " << rendering << ": " << outcome.err;
+    }
+  }
+}
+
+TEST_F(ImportCommandTest, MotionThatNoCameraMakesIsTurnedDownInPlainWords) {
+  WriteAll(fresh, ReadAll(document));
+  const std::string none = "0 0 0 0 0 0 0 0 0";
+  std::map<int, std::string> all;
+  for (int frame = 0; frame < clipFrames; ++frame) all[frame] = none;
+  for (const auto& [others, frames] : std::vector<std::pair<std::map<int, std::string>, std::string>>{
+           {all, "14 frames (0 to 13)"},
+           {{{4, none}}, "1 frame (4)"},
+           {{{4, "1 1 0 1 1 0 0 0 1"}, {6, "1 0 0 0 1 0 0 0 0"}}, "2 frames (4, 6)"},
+           {{{5, "1e300 0 0 0 1e300 0 0 0 1e300"}}, "1 frame (5)"}}) {
+    writeMotion(others);
+    expectRefusal({"import", package, clip, "--effect", fresh}, 1,
+                  package + "/motion.set: the motion of " + frames + " can't be used", "orvane analyse");
+    EXPECT_EQ(ReadAll(fresh), ReadAll(document));
+  }
+  writeMotion();
+  WriteAll(package + "/rotation.set", "HSET\n3 0 0 0 0 0 0 0 0 1\n");
+  expectRefusal({"import", package, clip, "--effect", fresh}, 1,
+                package + "/rotation.set: the rotation of 1 frame (3) can't be used", "<premotion>");
+}
+
+TEST_F(ImportCommandTest, WhatIsLostOfDamagedFilesIsTold) {
+  const std::string rotation = ReadAll(package + "/rotation.set"), gains = ReadAll(package + "/gains.agc");
+  constexpr size_t record = 48;  // bytes of a frame's matrix
+  WriteAll(package + "/rotation.set", rotation.substr(0, rotation.size() - 3 * record - 1));
+  WriteAll(package + "/gains.agc", gains.substr(0, gains.size() / 2));
+  const Outcome outcome = import();
+  EXPECT_EQ(outcome.status, 0);
+  EXPECT_THAT(outcome.err, AllOf(HasSubstr("rotation.set: is damaged or cut short: it tells the rotation of 10 of the "
+                                           "project's 14 frames, and the others count as not turned"),
+                                 HasSubstr("gains.agc: is damaged or cut short; the project names it as its gains, and "
+                                           "does without")));
+  const auto line = nlohmann::json::parse(import({"--progress", "json"}).out);
+  EXPECT_EQ(line["notes"].size(), 2u);
+
+  WriteAll(package + "/rotation.set", rotation.substr(0, 70));
+  WriteAll(package + "/gains.agc", gains);
+  WriteAll(package + "/motion.mconf", "MCONF\n");
+  const Outcome without = import();
+  EXPECT_THAT(without.err, AllOf(HasSubstr("names it as its rotation, and does without"),
+                                 HasSubstr("motion.mconf: holds no frames"), Not(HasSubstr("gains"))));
+  expectOwnLinesOnly(without.err);
+}
+
+TEST_F(ImportCommandTest, FramesOfLowConfidenceAreToldOnTheWayOutAndIn) {
+  WriteShakyClip(clip, {5, 6});
+  ASSERT_EQ(run({"analyse", clip, "--again", "--quiet", "--seed", "1", "--threads", "1"}).status, 0);
+  const auto low = nlohmann::json::parse(run({"show", clip, "--json"}).out)["lowConfidence"];
+  ASSERT_THAT(low, Contains(5)) << "nothing leads from the scene to a grey frame";
+  const Outcome exported = run({"export", clip, "--package", package, "--force"});
+  const std::string frames = Counted(static_cast<int>(low.size()), "frame", "frames") + " (" + low[0].dump();
+  EXPECT_THAT(exported.err, AllOf(HasSubstr(package + ": " + frames), HasSubstr("count as certain once imported")));
+  EXPECT_THAT(run({"export", clip, "--package", package, "--force", "--quiet"}).err, IsEmpty());
+  const Outcome imported = import();
+  EXPECT_THAT(imported.err, HasSubstr("motion.mconf: gives low confidence to " + frames));
+  const auto known = nlohmann::json::parse(run({"show", clip, "--effect", fresh, "--json"}).out);
+  EXPECT_THAT(known["lowConfidence"], IsEmpty());
+}
+
+TEST_F(ImportCommandTest, FramesWithoutEventsAreTold) {
+  WriteAll(package + "/events.mfp",
+           "MFP3\nH 1\n0 Hold\n0 9\n0 0 0 0\n0 0 0\n0 G\nV 1\n0 Hold\n0 13\n0 0 0 0\n0 0 0\n0 G\n");
+  const Outcome outcome = import();
+  EXPECT_THAT(outcome.err, HasSubstr("leave out 4 frames (10 to 13)"));
+  expectOwnLinesOnly(outcome.err);
+  EXPECT_THAT(run({"show", clip, "--effect", fresh}).err, IsEmpty());
+  const Outcome anew = run({"plan", clip, "--effect", fresh, "--events", "border"});
+  EXPECT_THAT(anew.out + anew.err, Not(HasSubstr("leave out"))) << "they are found anew";
+}
+
+TEST_F(ImportCommandTest, WhatTheEnginePrintsOfABadFileGoesToTheLog) {
+  WriteAll(package + "/events.mfp", "GAINS\n");
+  WriteAll(package + "/motion.mconf", "MCONF\n");
+  const std::string log = folder / "log.txt";
+  const Outcome outcome = import({"--log", log});
+  EXPECT_EQ(outcome.status, 1);
+  expectOwnLinesOnly(outcome.err);
+  EXPECT_THAT(ReadAll(log), AllOf(HasSubstr("MotionConfidenceSet::Load() - Error reading confidence indices\n"),
+                                  HasSubstr("Could not load motion correction, bad header")));
 }
 
 // Writing projects.

@@ -308,10 +308,9 @@ TEST_F(ProjectImport, SizesStandInEitherKindOfQuotes) {
 }
 
 TEST_F(ProjectImport, WithoutBothTextsTheSizeIsMissing) {
-  for (const char* attributes :
-       {"", " width='640'", " height='480'", " height='480' width='640'", " width=640 height=480",
-        " width=640 height='480'", " width='' height='480'", " width= height=", " width='640 height=480",
-        " Width='640' Height='480'"}) {
+  for (const char* attributes : {"", " width='640'", " height='480'", " height='480' width='640'",
+                                 " width=640 height=480", " width=640 height='480'", " width='' height='480'",
+                                 " width= height=", " width='640 height=480", " Width='640' Height='480'"}) {
     const std::string sequence = std::string("<sequence") + attributes + "></sequence>";
     ExpectGoodWithoutSize(Import(sequence + kMotion + kFilters), attributes);
     EXPECT_EQ(StoredSize(), std::make_pair(wide, high)) << attributes;

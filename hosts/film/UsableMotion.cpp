@@ -1,0 +1,45 @@
+#include "film/UsableMotion.h"
+
+#include <algorithm>
+#include <cmath>
+
+namespace film {
+namespace {
+
+using Vorn::HomographySet;
+using Vorn::Matrix;
+
+bool fitsFloat(double value) { return std::isfinite(static_cast<float>(value)); }
+
+/// By which the picture is scaled at the point that the matrix acts about: the determinant of the map's derivative
+/// there is det(m) / m22^3. Not finite where that point goes to infinity.
+double areaScale(const Matrix& m) {
+  const auto of = [&m](unsigned row, unsigned column) { return m(row, column) / m(2, 2); };
+  return of(0, 0) * (of(1, 1) - of(1, 2) * of(2, 1)) - of(0, 1) * (of(1, 0) - of(1, 2) * of(2, 0)) +
+         of(0, 2) * (of(1, 0) * of(2, 1) - of(1, 1) * of(2, 0));
+}
+
+bool isMotion(const Matrix& m) {
+  const double scale = std::abs(areaScale(m));
+  return scale > 1e-6 && scale < 1e6 && std::all_of(m.data, m.data + 9, fitsFloat);
+}
+
+bool isRotation(const Matrix& m) {
+  return std::all_of(m.data, m.data + 9, fitsFloat) && (m(0, 0) != 0 || m(1, 0) != 0);
+}
+
+std::vector<int> framesThatArent(bool (*usable)(const Matrix& m), const HomographySet& set) {
+  std::vector<int> frames;
+  for (const Vorn::HomographyFrame& frame : set.hset)
+    if (!usable(frame.matrix)) frames.push_back(frame.frame);
+  std::sort(frames.begin(), frames.end());
+  return frames;
+}
+
+}  // namespace
+
+std::vector<int> UnusableMotion(const HomographySet& motion) { return framesThatArent(isMotion, motion); }
+
+std::vector<int> UnusableRotation(const HomographySet& rotation) { return framesThatArent(isRotation, rotation); }
+
+}  // namespace film
