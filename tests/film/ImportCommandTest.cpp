@@ -294,9 +294,8 @@ TEST_F(ImportCommandTest, ASizeOtherThanTheClipsIsToldWithBoth) {
 }
 
 TEST_F(ImportCommandTest, SizesFarFromTheClipsDoNoHarm) {
-  for (const std::string attributes :
-       {"width='1' height='1'", "width='2000000000' height='1'", "width='1' height='2147483647'",
-        "width='999999999999' height='999999999999'"}) {
+  for (const std::string attributes : {"width='1' height='1'", "width='2000000000' height='1'",
+                                       "width='1' height='2147483647'", "width='999999999999' height='999999999999'"}) {
     index("<sequence " + attributes + "></sequence>" + kMotion + kFilters);
     EXPECT_EQ(import().status, 0) << attributes;
     for (const char* rendering : {"natural", "crop", "zoom", "complete"}) {
