@@ -42,7 +42,9 @@ void OverlayPainter::paint(int number, const std::vector<FeatureMark>& marks, Fl
   const OverlayScale scale(picture->width, picture->height, shrunk);
   const std::array<Point2D, 4> corners = shownCorners(canvas, number);
   canvas.fillOutside(corners, overlay::black, outsideShare);
-  DrawFeatures(canvas, scale, marks);
+  OverlayScale markScale = scale;
+  markScale.makeRoomFor(marks.size(), static_cast<double>(picture->width) * picture->height, shrunk);
+  DrawFeatures(canvas, markScale, marks);
   drawPath(canvas, scale, number);
   drawBorder(canvas, scale, corners);
   panel.draw(canvas, scale, number, marks);
