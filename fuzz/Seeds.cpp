@@ -2,17 +2,22 @@
 #include <cstdio>
 #include <filesystem>
 #include <fstream>
+#include <memory>
 #include <string>
 
 #include "analysis/HomographySet.h"
 #include "analysis/MotionConfidenceSet.h"
+#include "film/ClipContents.h"
+#include "film/EffectDocument.h"
 #include "film/FrameIndexText.h"
 #include "film/JsonArchive.h"
+#include "film/Presets.h"
 #include "imaging/FastArray.h"
 #include "numerics/MatchSet.h"
 #include "numerics/Matrix.h"
 #include "numerics/PointSet.h"
 #include "planning/LocalCorrect.h"
+#include "plugin/OrvaneFCPXPlugIn.h"
 #include "plugin/SerialisedAGC.h"
 #include "plugin/SerialisedEvents.h"
 #include "plugin/SerialisedMotion.h"
@@ -159,6 +164,14 @@ void writeDocuments(const Seeds& seeds) {
   film::FrameIndex index;
   index.frames.resize(3);
   seeds.text("index", "three", film::TextOf(index).dump());
+  film::ClipContents clip;
+  clip.index = std::make_shared<film::FrameIndex>(index);
+  film::ParameterStore parameters;
+  parameters.addIntSliderWithName("smoothing", kGlobalSmoothing, 40, 1, 100, 1, 100, 1, 0);
+  parameters.addCustomParameterWithName("motion", kMotionStorage, std::make_shared<SerialisedMotion>(stored), 0);
+  film::EffectDocument::Save(seeds.file("document", "motion"), clip, parameters);
+  seeds.text("preset", "some",
+             film::DescribePreset({{kGlobalSmoothing, 40}, {kCropEqual, 1}, {kVariableZoomAmount, 1.5}}).dump(1));
   seeds.text("project", "whole",
              "<?xml version=\"1.0\"?>\n<project>\n<sequence width=\"640\" height='480'>\n</sequence>\n<motion> a/m.set "
              "</motion>\n<premotion>p.set</premotion><motionConfidence>c.mconf</motionConfidence>\n<filters>../e.mfp"

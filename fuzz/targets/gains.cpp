@@ -11,6 +11,7 @@ int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   store.GetGain(3, gain);
   store.GetStart();
   store.GetStop();
+  fuzz::Require(store.GetGains().size() <= (1U << 20) + size, "no more memory than a small file may ask for");
   if (!loaded) return 0;
   const fuzz::InputFile output(nullptr, 0);
   AGCStorage again;

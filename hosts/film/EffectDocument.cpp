@@ -4,6 +4,7 @@
 #include <cstring>
 #include <filesystem>
 #include <fstream>
+#include <iterator>
 #include <utility>
 
 #include "film/Failure.h"
@@ -44,6 +45,24 @@ void checkIsFile(const std::string& path) {
     throw Failure(path + ": this is a pipe or a device and no effect document; name a file with --effect");
 }
 
+/// Whether brackets stand in one another deeper than in any document: what is that deep can't be copied or printed.
+bool isTooDeep(const std::string& text) {
+  constexpr int deepest = 64;
+  int depth = 0;
+  bool quoted = false;
+  for (size_t i = 0; i < text.size(); ++i) {
+    if (quoted && text[i] == '\\')
+      ++i;
+    else if (text[i] == '"')
+      quoted = !quoted;
+    else if (!quoted && (text[i] == '[' || text[i] == '{') && ++depth > deepest)
+      return true;
+    else if (!quoted && (text[i] == ']' || text[i] == '}'))
+      --depth;
+  }
+  return false;
+}
+
 bool hasShape(const json& read) {
   for (const char* member : {"clip", "parameters", "archives"})
     if (!read.contains(member) || !read[member].is_object()) return false;
@@ -61,7 +80,8 @@ std::optional<EffectDocument> EffectDocument::Load(const std::string& path) {
   checkIsFile(path);
   std::ifstream in(path, std::ios::binary);
   if (!in) throw Failure(path + ": the effect document can't be read (" + std::strerror(errno) + ")" + remedy);
-  json read = json::parse(in, nullptr, false);
+  const std::string text{std::istreambuf_iterator<char>(in), {}};
+  json read = isTooDeep(text) ? json(json::value_t::discarded) : json::parse(text, nullptr, false);
   if (read.is_discarded()) throw Failure(path + ": the effect document is damaged or was cut short" + remedy);
   const auto version = read.is_object() ? read.find("version") : read.end();
   if (version == read.end() || !version->is_number_integer())

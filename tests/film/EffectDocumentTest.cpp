@@ -58,6 +58,18 @@ TEST_F(EffectDocumentTest, GivesBackWhatWasSaved) {
   EXPECT_EQ(dynamic_cast<const StoredNumber&>(*other.find(6)->custom).number, 0.1);
 }
 
+TEST_F(EffectDocumentTest, BracketsWithoutEndAreDamage) {
+  const auto within = [&](int depth) {
+    WriteAll(path, R"({"version": 1, "parameters": {}, "archives": {}, "clip": {"note": "[[", "width": )" +
+                       std::string(static_cast<size_t>(depth), '[') + std::string(static_cast<size_t>(depth), ']') +
+                       "}}");
+    return failureOf([&] { EffectDocument::Load(path)->checkClip(contents); });
+  };
+  EXPECT_THAT(within(60), HasSubstr("its frame width is [[["));
+  EXPECT_THAT(within(100), HasSubstr("damaged"));
+  EXPECT_THAT(within(300000), HasSubstr("damaged"));
+}
+
 TEST_F(EffectDocumentTest, SaysWhatItIs) {
   EffectDocument::Save(path, contents, store);
   const auto json = nlohmann::json::parse(ReadAll(path));
