@@ -26,6 +26,7 @@ class FrameNumbers {
 inline std::vector<int> FramesOf(const ClipContents& contents, const std::vector<int>& numbers) {
   const FrameNumbers frameNumbers(contents);
   std::vector<int> frames;
+  frames.reserve(numbers.size());
   for (const int number : numbers) frames.push_back(frameNumbers.of(number));
   std::sort(frames.begin(), frames.end());
   frames.erase(std::unique(frames.begin(), frames.end()), frames.end());

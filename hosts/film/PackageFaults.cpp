@@ -108,7 +108,7 @@ class Inspection {
 
   std::string motionFault() const {
     if (!project.motion) return index() + ": has no section from <motion> to </motion>";
-    const std::string fault = dataFault(*project.motion, "motion", motionForm);
+    std::string fault = dataFault(*project.motion, "motion", motionForm);
     if (!fault.empty() || loaded) return fault;
     return full(*project.motion) + ": is damaged, cut short, or claims far more frames than it holds";
   }

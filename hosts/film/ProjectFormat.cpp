@@ -94,7 +94,7 @@ std::string summaryOf(const Description& contents) {
 }
 
 std::string lines(const Description& d) {
-  const bool sized = d["width"] > 0 && d["height"] > 0;
+  const bool sized = d["width"] != 0 || d["height"] != 0;
   std::string text = Line("analysed at", sized ? d["width"].dump() + " x " + d["height"].dump() : "not told");
   for (const Description& file : d["files"]) {
     std::string value = file["path"].get<std::string>();
