@@ -10,8 +10,8 @@
 #include <fstream>
 
 #include "film/DescribeValues.h"
+#include "film/EngineMessages.h"
 #include "film/Failure.h"
-#include "film/LibraryMessages.h"
 #include "numerics/Text.h"
 
 namespace film {
@@ -105,14 +105,14 @@ void CheckReadable(const std::string& path) {
 
 Description Describe(const StoredFormat& format, const std::string& path) {
   checkLineEnds(path);
-  LibraryMessages messages;
+  EngineMessages messages;
   Description description = format.describe(path);
   if (messages.finish()) description["complete"] = false;
   return description;
 }
 
 bool Rewrite(const StoredFormat& format, const std::string& in, const std::string& out) {
-  LibraryMessages messages;
+  EngineMessages messages;
   const bool written = format.rewrite(in, out);
   const int error = errno;
   messages.finish();

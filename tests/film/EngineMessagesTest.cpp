@@ -28,11 +28,17 @@ TEST(EngineMessages, LinesGoToTheLogAndNotToTheErrorStream) {
   Vorn::SetLogSink({});
 }
 
-TEST(EngineMessages, SilenceIsNoLine) {
+TEST(EngineMessages, TellsWhetherThereWereAny) {
   int lines = 0;
   Vorn::SetLogSink([&](const std::string&) { ++lines; });
-  { const EngineMessages aside; }
+  EngineMessages silence;
+  EXPECT_FALSE(silence.finish());
   EXPECT_EQ(lines, 0);
+  EngineMessages aside;
+  std::fputs("one\n", stderr);
+  EXPECT_TRUE(aside.finish());
+  EXPECT_FALSE(aside.finish());
+  EXPECT_EQ(lines, 1);
   Vorn::SetLogSink({});
 }
 
