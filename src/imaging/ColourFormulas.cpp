@@ -4,36 +4,10 @@
 
 #include "imaging/CodeArithmetic.h"
 #include "imaging/ColourConversion.h"
+#include "imaging/FormulaRows.h"
 
 namespace Vorn {
 namespace {
-
-/// The share of each colour in luma, and what a difference of colour and luma is divided by.
-struct LumaWeights {
-  double kr, kg, kb;
-  double cb, cr;
-};
-
-/// Null for a space that is not Y'CbCr. Constant luminance has divisors of its own.
-const LumaWeights* WeightsOf(ColourSpace space) {
-  static constexpr LumaWeights rec601 = {0.299, 0.587, 0.114, 1.772, 1.402};
-  static constexpr LumaWeights rec709 = {0.2126, 0.7152, 0.0722, 1.8556, 1.5748};
-  static constexpr LumaWeights smpte240M = {0.212, 0.701, 0.087, 1.826, 1.576};
-  static constexpr LumaWeights rec2020 = {0.2627, 0.678, 0.0593, 1.8814, 1.4746};
-  switch (space) {
-    case Rec601:
-      return &rec601;
-    case Rec709:
-      return &rec709;
-    case SMPTE240M:
-      return &smpte240M;
-    case Rec2020CL:
-    case Rec2020:
-      return &rec2020;
-    default:
-      return nullptr;
-  }
-}
 
 // The positive divisors of blue differ by direction, so blue drifts. Kept: converted pictures have always come out so.
 double BlueDivisorCL(double difference) { return difference < 0.0 ? 1.9404 : 1.5816; }
@@ -71,9 +45,29 @@ void ChangeStandard(const Pixel& p, unsigned yRange, unsigned uRange, unsigned v
 
 }  // namespace
 
+const LumaWeights* LumaWeightsOf(ColourSpace space) {
+  static constexpr LumaWeights rec601 = {0.299, 0.587, 0.114, 1.772, 1.402};
+  static constexpr LumaWeights rec709 = {0.2126, 0.7152, 0.0722, 1.8556, 1.5748};
+  static constexpr LumaWeights smpte240M = {0.212, 0.701, 0.087, 1.826, 1.576};
+  static constexpr LumaWeights rec2020 = {0.2627, 0.678, 0.0593, 1.8814, 1.4746};
+  switch (space) {
+    case Rec601:
+      return &rec601;
+    case Rec709:
+      return &rec709;
+    case SMPTE240M:
+      return &smpte240M;
+    case Rec2020CL:
+    case Rec2020:
+      return &rec2020;
+    default:
+      return nullptr;
+  }
+}
+
 void normRGBtoYCbCr(float r, float g, float b, ColourSpace space, float& y, float& cb, float& cr) {
   y = cb = cr = 0.0F;
-  const LumaWeights* const k = WeightsOf(space);
+  const LumaWeights* const k = LumaWeightsOf(space);
   if (k == nullptr) return;
   y = static_cast<float>(k->kr * r + k->kg * g + k->kb * b);
   const double blue = static_cast<double>(b) - y, red = static_cast<double>(r) - y;
@@ -83,7 +77,7 @@ void normRGBtoYCbCr(float r, float g, float b, ColourSpace space, float& y, floa
 
 void normYCbCrToRGB(float y, float cb, float cr, ColourSpace space, float& r, float& g, float& b) {
   r = g = b = 0.0F;
-  const LumaWeights* const k = WeightsOf(space);
+  const LumaWeights* const k = LumaWeightsOf(space);
   if (k == nullptr) return;
   b = static_cast<float>(y + cb * (space == Rec2020CL ? BlueFactorCL(cb) : k->cb));
   r = static_cast<float>(y + cr * (space == Rec2020CL ? RedDivisorCL(cr) : k->cr));
@@ -122,10 +116,7 @@ void YCbCrToRGB(int y, int u, int v, unsigned yRange, unsigned uRange, unsigned 
 Pixel ToLuma(const Pixel& p, unsigned yRange) {
   if (p.space == NoSpace || p.space == Mono) return p;
   if (p.space != RGB) return WithMaxValue(Pixel(ScaleCode(p.Y(), yRange, p.maxValue), p.A()), p.maxValue);
-  // In thousandths: a sum of doubles would fall short of white, and of every fourth grey.
-  const long thousandths = 299L * p.R() + 587L * p.G() + 114L * p.B();
-  const long luma = std::clamp(thousandths / 1000, 0L, static_cast<long>(p.maxValue));
-  return WithMaxValue(Pixel(static_cast<int>(luma), p.A()), p.maxValue);
+  return WithMaxValue(Pixel(LumaCode(p.R(), p.G(), p.B(), p.maxValue), p.A()), p.maxValue);
 }
 
 Pixel ToRGB(const Pixel& p, unsigned yRange, unsigned uRange, unsigned vRange) {

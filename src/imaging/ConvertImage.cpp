@@ -5,6 +5,7 @@
 #include "imaging/ChromaRows.h"
 #include "imaging/CodeArithmetic.h"
 #include "imaging/ColourConversion.h"
+#include "imaging/FormulaRows.h"
 #include "imaging/PixelRows.h"
 
 namespace Vorn {
@@ -17,6 +18,10 @@ bool IsYCbCr(const Image& image) { return image.type >= Y2UV32 && image.type <= 
 bool IsPlanes(const Image& image) { return image.type >= YUVP420 && image.type <= YUVAP444; }
 
 unsigned LumaRange(const Image& image) { return image.yMax - image.yMin; }
+
+std::size_t PixelsOf(const Image& image) {
+  return static_cast<std::size_t>(std::max(image.width, 0)) * static_cast<std::size_t>(std::max(image.height, 0));
+}
 
 int ClampedCode(int code, unsigned max) { return std::clamp(code, 0, static_cast<int>(max)); }
 
@@ -55,11 +60,9 @@ bool CopySwapped(const Image& source, Image& target) {
 bool ConvertBetweenRGB(const Image& source, Image& target) {
   const unsigned from = source.maxValue, to = target.maxValue;
   if (from == to) return ConvertRows(source, CodeScale::Stored, target, [](PixelCodes&) {});
+  const DepthScale scale(from, to, PixelsOf(target));
   return ConvertRows(source, CodeScale::ZeroBased, target, [&](PixelCodes& codes) {
-    Pixel pixel(codes[0], codes[1], codes[2], codes[alpha]);
-    pixel.maxValue = from;
-    pixel.ConvertMax(to);
-    pixel.RGBA(codes[0], codes[1], codes[2], codes[alpha]);
+    for (int& code : codes) code = scale(code);
   });
 }
 
@@ -72,12 +75,10 @@ bool ConvertYCbCrToGrey(const Image& source, Image& target) {
 
 bool ConvertOtherToGrey(const Image& source, Image& target) {
   const bool grey = IsGrey(source);
+  const DepthScale scale(source.maxValue, target.maxValue, PixelsOf(target));
   return ConvertRows(source, CodeScale::ZeroBased, target, [&](PixelCodes& codes) {
-    Pixel pixel = grey ? Pixel(codes[0], codes[alpha]) : Pixel(codes[0], codes[1], codes[2], codes[alpha]);
-    pixel.maxValue = source.maxValue;
-    pixel = ToLuma(pixel, source.maxValue);
-    pixel.ConvertMax(target.maxValue);
-    pixel.MA(codes[0], codes[alpha]);
+    if (!grey) codes[0] = LumaCode(codes[0], codes[1], codes[2], source.maxValue);
+    codes = {scale(codes[0]), 0, 0, scale(codes[alpha])};
   });
 }
 
@@ -89,26 +90,30 @@ bool ConvertMonoToYCbCr(const Image& source, Image& target) {
   });
 }
 
+YCbCrSpans SpansOf(const Image& image) { return {LumaRange(image), image.uMax - image.uMin, image.vMax - image.vMin}; }
+
 bool ConvertRGBToYCbCr(const Image& source, Image& target) {
-  const unsigned yRange = LumaRange(target), uRange = target.uMax - target.uMin, vRange = target.vMax - target.vMin;
-  return ConvertRowsToYCbCr(source, target, [&](PixelCodes& codes) {
-    int y, u, v;
-    RGBToYCbCr(codes[0], codes[1], codes[2], source.maxValue, target.space, yRange, uRange, vRange, y, u, v);
-    const int a = ScaleCode(codes[alpha], source.maxValue, target.alphaRange);
-    codes = {ClampedCode(y, yRange), ClampedCode(u, uRange), ClampedCode(v, vRange), ClampedCode(a, target.alphaRange)};
+  const YCbCrSpans spans = SpansOf(target);
+  StoreYCbCr(target, CodeScale::ZeroBased, [&](int y, PixelRow& row) {
+    ReadRow(source, y, CodeScale::ZeroBased, row);
+    RowToYCbCr(source.maxValue, spans, target.space, row);
+    ScaleAlpha(source.maxValue, target.alphaRange, target.alphaRange, row);
   });
+  return true;
 }
 
 bool ConvertYCbCrToRGB(const Image& source, Image& target) {
   Image temporary;
   const Image& full = WithFullChroma(source, temporary);
-  const unsigned yRange = LumaRange(full), uRange = full.uMax - full.uMin, vRange = full.vMax - full.vMin;
-  return ConvertRows(full, CodeScale::ZeroBased, target, [&](PixelCodes& codes) {
-    int r, g, b;
-    YCbCrToRGB(codes[0], codes[1], codes[2], yRange, uRange, vRange, full.space, target.maxValue, r, g, b);
-    const int a = ScaleCode(codes[alpha], full.aMax - full.aMin, target.alphaRange);
-    codes = {r, g, b, ClampedCode(a, target.maxValue)};
-  });
+  const YCbCrSpans spans = SpansOf(full);
+  PixelRow row(static_cast<std::size_t>(std::max(target.width, 0)));
+  for (int y = 0; y < target.height; ++y) {
+    ReadRow(full, y, CodeScale::ZeroBased, row);
+    RowToRGB(spans, full.space, target.maxValue, row);
+    ScaleAlpha(full.aMax - full.aMin, target.alphaRange, target.maxValue, row);
+    WriteRow(row, y, CodeScale::ZeroBased, target);
+  }
+  return true;
 }
 
 bool ConvertBetweenYCbCr(const Image& source, Image& target) {
@@ -189,11 +194,10 @@ bool ConvertToLuma(const Image& source, Image& target) {
 
 bool ConvertMonoToRGB(const Image& source, Image& target) {
   if (!IsGrey(source) || target.space != RGB) return true;
+  const DepthScale scale(source.maxValue, target.maxValue, PixelsOf(target));
   return ConvertRows(source, CodeScale::ZeroBased, target, [&](PixelCodes& codes) {
-    Pixel pixel(codes[0], codes[alpha]);
-    pixel.maxValue = source.maxValue;
-    pixel.ConvertMax(target.maxValue);
-    codes = {pixel.Luma(), pixel.Luma(), pixel.Luma(), pixel.A()};
+    const int luma = scale(codes[0]);
+    codes = {luma, luma, luma, scale(codes[alpha])};
   });
 }
 

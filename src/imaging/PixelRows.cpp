@@ -51,26 +51,57 @@ int OpaqueAlpha(const Image& image, const PixelFormat& format, CodeScale scale) 
   return static_cast<int>(format.space >= Rec601 ? image.alphaRange : image.maxValue);
 }
 
+/// Field by field, so that each loop is plain; in the order in which pixels lie in their group, since they may share
+/// fields. `first`: of the pixels with that place in their group.
 template <int bytes>
-void ReadWords(const PixelLayout& layout, const unsigned char* words, int count, PixelRow& row) {
-  for (int x = 0; x < count; ++x) {
-    const PixelPlace place = PlaceOf(layout, x);
-    PixelCodes codes{};
-    ReadFields<bytes>(layout, place.fields, words + place.offset, codes.data());
-    row[static_cast<std::size_t>(x)] = codes;
-  }
+void ReadField(const PixelLayout& layout, const ChannelField& field, const unsigned char* words, int first, int count,
+               std::size_t channel, int minimum, PixelCodes* row) {
+  const unsigned char* at = words + static_cast<std::ptrdiff_t>(field.word) * bytes;
+  const std::ptrdiff_t groupBytes = layout.groupBytes;
+  const int shift = field.shift, pixels = layout.groupPixels;
+  const unsigned mask = layout.fieldMask;
+  for (int x = first; x < count; x += pixels, at += groupBytes)
+    row[x][channel] = static_cast<int>((ReadWord<bytes>(at) >> shift) & mask) - minimum;
+}
+
+template <int bytes>
+void ReadWords(const PixelLayout& layout, const unsigned char* words, int count, const PixelCodes& minima,
+               PixelCodes* row) {
+  for (int pixel = 0; pixel < layout.groupPixels; ++pixel)
+    for (std::size_t i = 0; i < 4; ++i) {
+      const ChannelField& field = layout.fields[pixel][i];
+      if (field.word >= 0)
+        ReadField<bytes>(layout, field, words, pixel, count, i, minima[i], row);
+      else
+        for (int x = pixel; x < count; x += layout.groupPixels) row[x][i] = -minima[i];
+    }
+}
+
+template <int bytes>
+void WriteField(const PixelLayout& layout, const ChannelField& field, const PixelCodes* row, int first, int count,
+                std::size_t channel, int minimum, unsigned char* words) {
+  unsigned char* at = words + static_cast<std::ptrdiff_t>(field.word) * bytes;
+  const std::ptrdiff_t groupBytes = layout.groupBytes;
+  const int shift = field.shift, pixels = layout.groupPixels;
+  const unsigned mask = layout.fieldMask, others = layout.wordMask & ~(mask << shift);
+  // Unsigned: a sum that no int can hold is masked like any other.
+  const auto code = [&](int x) {
+    return ((static_cast<unsigned>(row[x][channel]) + static_cast<unsigned>(minimum)) & mask) << shift;
+  };
+  if (others == 0)
+    for (int x = first; x < count; x += pixels, at += groupBytes) WriteWord<bytes>(at, code(x));
+  else
+    for (int x = first; x < count; x += pixels, at += groupBytes)
+      WriteWord<bytes>(at, (ReadWord<bytes>(at) & others) | code(x));
 }
 
 template <int bytes>
 void WriteWords(const PixelLayout& layout, const PixelRow& row, const PixelCodes& minima, int count,
                 unsigned char* words) {
-  for (int x = 0; x < count; ++x) {
-    const PixelPlace place = PlaceOf(layout, x);
-    PixelCodes codes = row[static_cast<std::size_t>(x)];
-    for (std::size_t i = 0; i < codes.size(); ++i)  // unsigned: a sum that no int can hold is masked like any other
-      codes[i] = static_cast<int>(static_cast<unsigned>(codes[i]) + static_cast<unsigned>(minima[i]));
-    WriteFields<bytes>(layout, place.fields, words + place.offset, codes.data());
-  }
+  for (int pixel = 0; pixel < layout.groupPixels; ++pixel)
+    for (std::size_t i = 0; i < 4; ++i)
+      if (const ChannelField& field = layout.fields[pixel][i]; field.word >= 0)
+        WriteField<bytes>(layout, field, row.data(), pixel, count, i, minima[i], words);
 }
 
 void ReadFloats(const unsigned char* bytes, int count, PixelRow& row) {
@@ -109,7 +140,13 @@ void ReadPlanes(const Image& image, const PixelFormat& format, int y, int count,
                 PixelRow& row) {
   for (std::size_t plane = 0; plane < static_cast<std::size_t>(format.planes); ++plane) {
     const PlaneRow samples(image, plane, y);
-    for (int x = 0; x < count; ++x) row[static_cast<std::size_t>(x)][plane] = samples[x] - minima[plane];
+    // Pixel by pixel only from where the plane's last sample serves on.
+    const int columns = samples.columns, own = std::min(count, (samples.last + 1) * columns);
+    for (int x = 0; columns == 1 && x < own; ++x)
+      row[static_cast<std::size_t>(x)][plane] = samples.samples[x] - minima[plane];
+    for (int x = 0; columns == 2 && x < own; ++x)
+      row[static_cast<std::size_t>(x)][plane] = samples.samples[x / 2] - minima[plane];
+    for (int x = own; x < count; ++x) row[static_cast<std::size_t>(x)][plane] = samples[x] - minima[plane];
   }
   if (!format.hasMatte)
     for (int x = 0; x < count; ++x) row[static_cast<std::size_t>(x)][alpha] = opaque;
@@ -119,24 +156,27 @@ void WritePlanes(const PixelRow& row, const PixelFormat& format, int y, int coun
                  const Image& image) {
   for (std::size_t plane = 0; plane < static_cast<std::size_t>(format.planes); ++plane) {
     const PlaneRow samples(image, plane, y);
-    for (int x = 0; x < count; ++x)
-      samples[x] = static_cast<unsigned char>(static_cast<unsigned>(row[static_cast<std::size_t>(x)][plane]) +
-                                              static_cast<unsigned>(minima[plane]));
+    const auto minimum = static_cast<unsigned>(minima[plane]);
+    const auto code = [&](int x) {
+      return static_cast<unsigned char>(static_cast<unsigned>(row[static_cast<std::size_t>(x)][plane]) + minimum);
+    };
+    const int columns = samples.columns, own = std::min(count, (samples.last + 1) * columns);
+    unsigned char* const plain = samples.samples;
+    for (int x = 0; columns == 1 && x < own; ++x) plain[x] = code(x);
+    for (int x = 0; columns == 2 && x < own; ++x) plain[x / 2] = code(x);
+    for (int x = own; x < count; ++x) samples[x] = code(x);
   }
 }
 
 void ReadInterleaved(const Image& image, const PixelFormat& format, int y, CodeScale scale, int count, PixelRow& row) {
   const PixelLayout& layout = format.layout;
-  if (layout.wordBytes == 1) ReadWords<1>(layout, image.rows[y], count, row);
-  if (layout.wordBytes == 2) ReadWords<2>(layout, image.rows[y], count, row);
-  if (layout.wordBytes == 4) ReadWords<4>(layout, image.rows[y], count, row);
   const PixelCodes minima = RangeMinima(image, format, scale);
+  if (layout.wordBytes == 1) ReadWords<1>(layout, image.rows[y], count, minima, row.data());
+  if (layout.wordBytes == 2) ReadWords<2>(layout, image.rows[y], count, minima, row.data());
+  if (layout.wordBytes == 4) ReadWords<4>(layout, image.rows[y], count, minima, row.data());
+  if (format.hasMatte) return;
   const int opaque = OpaqueAlpha(image, format, scale);
-  for (int x = 0; x < count; ++x) {
-    PixelCodes& codes = row[static_cast<std::size_t>(x)];
-    for (std::size_t i = 0; i < codes.size(); ++i) codes[i] -= minima[i];
-    if (!format.hasMatte) codes[alpha] = opaque;
-  }
+  for (int x = 0; x < count; ++x) row[static_cast<std::size_t>(x)][alpha] = opaque;
 }
 
 void WriteInterleaved(const PixelRow& row, const PixelFormat& format, int y, CodeScale scale, int count, Image& image) {
