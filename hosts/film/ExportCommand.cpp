@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "film/Commands.h"
+#include "film/Failure.h"
 #include "film/FrameNumbers.h"
 #include "film/MemoryFile.h"
 #include "film/OutputFile.h"
@@ -90,8 +91,8 @@ void tellUncertainFrames(const Session& session, const std::string& package, con
   const std::vector<int> frames = FramesOf(session.contents(), LowConfidenceNumbers(confidence));
   const ProgressStyle style = session.progressStyle();
   if (frames.empty() || (style != ProgressStyle::Bar && style != ProgressStyle::Lines)) return;
-  std::fprintf(stderr, "orvane: %s: %s of low confidence will count as certain once imported\n", package.c_str(),
-               CountedFrames(frames).c_str());
+  std::fprintf(stderr, "orvane: %s: %s of low confidence will count as certain once imported\n",
+               OnOneLine(package).c_str(), CountedFrames(frames).c_str());
 }
 
 }  // namespace

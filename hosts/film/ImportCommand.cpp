@@ -1,6 +1,7 @@
 #include <cstdio>
 
 #include "film/Commands.h"
+#include "film/Failure.h"
 #include "film/FrameNumbers.h"
 #include "film/PackageFaults.h"
 #include "film/ProjectPackage.h"
@@ -38,9 +39,9 @@ void tell(const Session& session, const std::string& package, const ProjectImpor
           const std::vector<std::string>& notes) {
   const ProgressStyle style = session.progressStyle();
   if (style != ProgressStyle::None || !result.hasSize)
-    std::fprintf(stderr, "orvane: %s: %s\n", package.c_str(), result.text.c_str());
+    std::fprintf(stderr, "orvane: %s: %s\n", OnOneLine(package).c_str(), result.text.c_str());
   if (isForPeople(style))
-    for (const std::string& note : notes) std::fprintf(stderr, "orvane: %s\n", note.c_str());
+    for (const std::string& note : notes) std::fprintf(stderr, "orvane: %s\n", OnOneLine(note).c_str());
 }
 
 }  // namespace

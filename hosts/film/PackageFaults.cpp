@@ -5,6 +5,7 @@
 #include <filesystem>
 #include <fstream>
 #include <optional>
+#include <string>
 
 #include "analysis/TrackerEstimator.h"
 #include "film/EngineMessages.h"

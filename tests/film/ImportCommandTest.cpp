@@ -365,6 +365,15 @@ TEST_F(ImportCommandTest, FramesOfLowConfidenceAreToldOnTheWayOutAndIn) {
   EXPECT_THAT(known["lowConfidence"], IsEmpty());
 }
 
+TEST_F(ImportCommandTest, NamesOfSeveralLinesAreToldInOne) {
+  index(kSequence + kMotion + "<motionConfidence>two\nlines</motionConfidence>" + kFilters);
+  const Outcome outcome = import();
+  EXPECT_THAT(outcome.err, HasSubstr("lines: is missing; the project names it as its confidence"));
+  expectOwnLinesOnly(outcome.err);
+  index(kSequence + "<motion>two\nlines</motion>" + kFilters);
+  expectRefusal({"import", package, clip, "--effect", fresh}, 1, "lines: is missing", "as its motion");
+}
+
 TEST_F(ImportCommandTest, FramesWithoutEventsAreTold) {
   WriteAll(package + "/events.mfp",
            "MFP3\nH 1\n0 Hold\n0 9\n0 0 0 0\n0 0 0\n0 G\nV 1\n0 Hold\n0 13\n0 0 0 0\n0 0 0\n0 G\n");
