@@ -19,9 +19,14 @@ double areaScale(const Matrix& m) {
          of(0, 2) * (of(1, 0) * of(2, 1) - of(1, 1) * of(2, 0));
 }
 
+/// What no entry reaches, a 1 in the corner: for the linear part, the shift in pixels, and the tilt, by which the
+/// horizon would lie a pixel away.
+constexpr double farthest[9] = {1e3, 1e3, 1e6, 1e3, 1e3, 1e6, 1, 1, 2};
+
 bool isMotion(const Matrix& m) {
-  const double scale = std::abs(areaScale(m));
-  return scale > 1e-6 && scale < 1e6 && std::all_of(m.data, m.data + 9, fitsFloat);
+  for (int i = 0; i < 9; ++i)
+    if (!fitsFloat(m.data[i]) || !(std::abs(m.data[i] / m(2, 2)) < farthest[i])) return false;
+  return std::abs(areaScale(m)) > 1e-6;
 }
 
 bool isRotation(const Matrix& m) {

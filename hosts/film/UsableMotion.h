@@ -7,8 +7,8 @@
 // Whether stored matrices can be those of a camera at all. What plans with others ends in numbers that are none.
 namespace film {
 
-/// The frames whose motion can't be undone, or can't be stored as floats, in order. One that shrinks or enlarges the
-/// picture a million times, as an area, counts as such.
+/// The frames whose motion can't be undone or stored as floats, in order; and those that it sends a million pixels
+/// away, scales a thousand times, or tilts to the horizon.
 std::vector<int> UnusableMotion(const Vorn::HomographySet& motion);
 
 /// The frames whose similarity tells no angle.

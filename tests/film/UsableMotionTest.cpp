@@ -40,9 +40,10 @@ TEST(UsableMotion, WhatCannotBeUndoneOrStoredIsNot) {
   EXPECT_EQ(UnusableAmong({Of({0, 0, 0, 0, 0, 0, 0, 0, 0}), Of({1, 1, 0, 1, 1, 0, 0, 0, 1}), Matrix::GetIdentity(3),
                            Of({1, 0, 0, 0, 1, 0, 0, 0, 0}), Of({1, 0, 0, 0, 1, nan, 0, 0, 1}),
                            Of({1e40, 0, 0, 0, 1e40, 0, 0, 0, 1e40}), Of({1e-4, 0, 0, 0, 1e-4, 0, 0, 0, 1}),
-                           Of({1e4, 0, 0, 0, 1e4, 0, 0, 0, 1})},
+                           Of({1e4, 0, 0, 0, 1e4, 0, 0, 0, 1}), Of({1, 0, 1e30, 0, 1, 0, 0, 0, 1}),
+                           Of({1, 0, 0, 0, 1, 0, 0, -1e5, 1}), Of({1e5, 0, 0, 0, 1e-5, 0, 0, 0, 1})},
                           UnusableMotion),
-            (std::vector<int>{0, 1, 3, 4, 5, 6, 7}));
+            (std::vector<int>{0, 1, 3, 4, 5, 6, 7, 8, 9, 10}));
 }
 
 TEST(UsableMotion, ARotationNeedsAnAngle) {
