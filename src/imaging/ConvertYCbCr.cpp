@@ -1,10 +1,12 @@
 // From one Y'CbCr format to another one: sampling first, then codes, then the standard.
 #include <algorithm>
 #include <cstdio>
+#include <limits>
 
 #include "imaging/ChromaRows.h"
 #include "imaging/CodeArithmetic.h"
 #include "imaging/ColourConversion.h"
+#include "imaging/FormulaRows.h"
 #include "imaging/PixelRows.h"
 
 namespace Vorn {
@@ -54,6 +56,23 @@ struct Ranges {
   Range of[4];
   int most;
 };
+
+/// What zero-based codes in a space are held to. `Image::Limit` doesn't know every space: codes are held to those that
+/// can be stored, too.
+CodeBounds StorableCodes(const Image& image, ColourSpace space) {
+  constexpr int farthest = std::numeric_limits<int>::max();
+  const int most = static_cast<int>(image.maxValue);
+  const int minima[] = {static_cast<int>(image.yMin), static_cast<int>(image.uMin), static_cast<int>(image.vMin),
+                        static_cast<int>(image.aMin)};
+  const Pixel low = image.Limit(Pixel(-farthest, -farthest, -farthest, -farthest, space));
+  const Pixel high = image.Limit(Pixel(farthest, farthest, farthest, farthest, space));
+  CodeBounds bounds{{low.Y(), low.U(), low.V(), low.A()}, {high.Y(), high.U(), high.V(), high.A()}};
+  for (std::size_t i = 0; i < bounds.least.size(); ++i) {
+    bounds.least[i] = std::clamp(bounds.least[i], -minima[i], most - minima[i]);
+    bounds.most[i] = std::clamp(bounds.most[i], -minima[i], most - minima[i]);
+  }
+  return bounds;
+}
 
 /// A row of stored codes. What the image doesn't have is black without alpha, as stored codes too.
 void ReadStoredRow(const Image& image, int y, PixelRow& row) {
@@ -167,23 +186,12 @@ bool ConvertYUVRangeInPlace(Image* image, const Image& like) {
 
 bool ConvertYUVSpecInPlace(Image* image, ColourSpace space) {
   if (image == nullptr || !IsYCbCr(*image) || !IsYCbCrSpace(image->space) || !IsYCbCrSpace(space)) return false;
-  const unsigned yRange = image->yMax - image->yMin, uRange = image->uMax - image->uMin,
-                 vRange = image->vMax - image->vMin;
-  const int most = static_cast<int>(image->maxValue);
-  // Limit doesn't know every space: codes are held to those that can be stored, too.
-  const auto storable = [most](int code, unsigned min) {
-    return std::clamp(code, -static_cast<int>(min), most - static_cast<int>(min));
-  };
-  const auto convert = [&](PixelCodes& c) {
-    const Pixel before(c[0], c[1], c[2], c[alpha], image->space);
-    const Pixel after = image->Limit(ToYCbCr(before, yRange, uRange, vRange, space));
-    c = {storable(after.Y(), image->yMin), storable(after.U(), image->uMin), storable(after.V(), image->vMin),
-         storable(after.A(), image->aMin)};
-  };
+  const YCbCrSpans spans{image->yMax - image->yMin, image->uMax - image->uMin, image->vMax - image->vMin};
+  const CodeBounds bounds = StorableCodes(*image, space);
   if (image->valid && image->space != space)
     StoreYCbCr(*image, CodeScale::ZeroBased, [&](int y, PixelRow& row) {
       ReadRow(*image, y, CodeScale::ZeroBased, row);
-      std::for_each(row.begin(), row.end(), convert);
+      RowToSpace(spans, image->space, space, bounds, row);
     });
   image->SetColourSpace(space);
   image->SetRangeA(image->aMin, image->aMax);  // black is in the image's space

@@ -1,6 +1,7 @@
 #include "imaging/FormulaRows.h"
 
 #include <algorithm>
+#include <cmath>
 #include <utility>
 
 #include "imaging/CodeArithmetic.h"
@@ -61,6 +62,42 @@ VORN_VECTOR_CLONES void ToYCbCrCodes(const LumaWeights& weights, const Factors& 
   }
 }
 
+/// A space, with its factors and divisors.
+struct Standard {
+  LumaWeights k;
+  Factors factors, divisors;
+};
+
+Standard StandardOf(const LumaWeights& k, ColourSpace space) {
+  const Factors same{k.cb, k.cb, k.cr, k.cr};
+  if (space != Rec2020CL) return {k, same, same};
+  return {k, {1.9404, 1.58124, 1.7184, 0.9936}, {1.9404, 1.5816, 1.7184, 0.9936}};
+}
+
+VORN_VECTOR_CLONES void ToOtherCodes(const Standard& from, const Standard& to, const Spans& spans,
+                                     const CodeBounds& bounds, int count, PixelCodes* row) {
+  const Standard a = from, b = to;
+  const Spans s = spans;
+  const CodeBounds held = bounds;
+  const double ySpan = s.y, uSpan = s.u, vSpan = s.v, uNeutral = s.uNeutral, vNeutral = s.vNeutral;
+  for (int x = 0; x < count; ++x) {
+    PixelCodes& c = row[x];
+    const float y = static_cast<float>(c[0]) / s.y;
+    const float cb = static_cast<float>(c[1] - s.uNeutral) / s.u, cr = static_cast<float>(c[2] - s.vNeutral) / s.v;
+    const auto blue = static_cast<float>(y + cb * (cb < 0.0F ? a.factors.negativeBlue : a.factors.blue));
+    const auto red = static_cast<float>(y + cr * (cr < 0.0F ? a.factors.negativeRed : a.factors.red));
+    const auto green = static_cast<float>((y - a.k.kr * red - a.k.kb * blue) / a.k.kg);
+    const auto luma = static_cast<float>(b.k.kr * red + b.k.kg * green + b.k.kb * blue);
+    const double toBlue = static_cast<double>(blue) - luma, toRed = static_cast<double>(red) - luma;
+    const auto u = static_cast<float>(toBlue / (toBlue < 0.0 ? b.divisors.negativeBlue : b.divisors.blue));
+    const auto v = static_cast<float>(toRed / (toRed < 0.0 ? b.divisors.negativeRed : b.divisors.red));
+    const double codes[] = {ySpan * luma, uNeutral + uSpan * u, vNeutral + vSpan * v};
+    for (std::size_t i = 0; i < 3; ++i)
+      c[i] = static_cast<int>(std::clamp<double>(std::floor(codes[i] + 0.5), held.least[i], held.most[i]));
+    c[alpha] = std::clamp(c[alpha], held.least[alpha], held.most[alpha]);
+  }
+}
+
 Spans SpansOf(const YCbCrSpans& spans) {
   return {static_cast<float>(spans.y), static_cast<float>(spans.u), static_cast<float>(spans.v),
           static_cast<int>(spans.u / 2), static_cast<int>(spans.v / 2)};
@@ -77,9 +114,8 @@ bool ArePlain(const YCbCrSpans& spans, unsigned max) {
 void RowToRGB(const YCbCrSpans& spans, ColourSpace space, unsigned max, PixelRow& row) {
   const LumaWeights* const k = LumaWeightsOf(space);
   if (k != nullptr && ArePlain(spans, max)) {
-    const Factors factors =
-        space == Rec2020CL ? Factors{1.9404, 1.58124, 1.7184, 0.9936} : Factors{k->cb, k->cb, k->cr, k->cr};
-    return ToRGBCodes(*k, factors, SpansOf(spans), static_cast<float>(max), static_cast<int>(row.size()), row.data());
+    return ToRGBCodes(*k, StandardOf(*k, space).factors, SpansOf(spans), static_cast<float>(max),
+                      static_cast<int>(row.size()), row.data());
   }
   for (PixelCodes& c : row) {
     int r, g, b;
@@ -91,16 +127,26 @@ void RowToRGB(const YCbCrSpans& spans, ColourSpace space, unsigned max, PixelRow
 void RowToYCbCr(unsigned max, const YCbCrSpans& spans, ColourSpace space, PixelRow& row) {
   const LumaWeights* const k = LumaWeightsOf(space);
   if (k != nullptr && ArePlain(spans, max)) {
-    const Factors divisors =
-        space == Rec2020CL ? Factors{1.9404, 1.5816, 1.7184, 0.9936} : Factors{k->cb, k->cb, k->cr, k->cr};
-    return ToYCbCrCodes(*k, divisors, SpansOf(spans), static_cast<float>(max), static_cast<int>(row.size()),
-                        row.data());
+    return ToYCbCrCodes(*k, StandardOf(*k, space).divisors, SpansOf(spans), static_cast<float>(max),
+                        static_cast<int>(row.size()), row.data());
   }
   const auto held = [](int code, unsigned span) { return std::clamp(code, 0, static_cast<int>(span)); };
   for (PixelCodes& c : row) {
     int y, u, v;
     RGBToYCbCr(c[0], c[1], c[2], max, space, spans.y, spans.u, spans.v, y, u, v);
     c = {held(y, spans.y), held(u, spans.u), held(v, spans.v), c[alpha]};
+  }
+}
+
+void RowToSpace(const YCbCrSpans& spans, ColourSpace from, ColourSpace to, const CodeBounds& bounds, PixelRow& row) {
+  const LumaWeights *const k = LumaWeightsOf(from), *const other = LumaWeightsOf(to);
+  if (k != nullptr && other != nullptr && from != to && ArePlain(spans, 1))
+    return ToOtherCodes(StandardOf(*k, from), StandardOf(*other, to), SpansOf(spans), bounds,
+                        static_cast<int>(row.size()), row.data());
+  for (PixelCodes& c : row) {
+    const Pixel pixel = ToYCbCr(Pixel(c[0], c[1], c[2], c[alpha], from), spans.y, spans.u, spans.v, to);
+    c = {pixel.Y(), pixel.U(), pixel.V(), pixel.A()};
+    for (std::size_t i = 0; i < c.size(); ++i) c[i] = std::clamp(c[i], bounds.least[i], bounds.most[i]);
   }
 }
 

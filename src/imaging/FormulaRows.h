@@ -38,6 +38,14 @@ void RowToRGB(const YCbCrSpans& spans, ColourSpace space, unsigned max, PixelRow
 /// Turns R, G, B of each pixel, which are from 0 to `max`, into Y, U, V, each held to its span. Alpha stays.
 void RowToYCbCr(unsigned max, const YCbCrSpans& spans, ColourSpace space, PixelRow& row);
 
+/// What the codes of a pixel are held to.
+struct CodeBounds {
+  PixelCodes least, most;
+};
+
+/// Turns Y, U, V of each pixel in the space `from` into those of the space `to`, and holds all codes to `bounds`.
+void RowToSpace(const YCbCrSpans& spans, ColourSpace from, ColourSpace to, const CodeBounds& bounds, PixelRow& row);
+
 /// Scales the alpha of each pixel from the range 0 to `from` to that from 0 to `to`, held to 0 to `most`.
 void ScaleAlpha(unsigned from, unsigned to, unsigned most, PixelRow& row);
 

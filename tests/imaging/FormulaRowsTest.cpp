@@ -60,6 +60,25 @@ TEST(FormulaRows, RowsToYCbCrAreThePixelsFormulasHeldToTheSpans) {
       }
 }
 
+TEST(FormulaRows, RowsToAnotherSpaceAreThePixelsFormulasHeldToTheBounds) {
+  const CodeBounds bounds{{0, -16, 3, 1}, {240, 300, 200, 250}};
+  for (const ColourSpace from : spaces)
+    for (const ColourSpace to : spaces)
+      for (const YCbCrSpans& spans : spanTable) {
+        if (from == NoSpace || to == NoSpace) continue;
+        const PixelRow before = RandomRow(static_cast<int>(std::min(std::max(spans.y, 255U), 65535U)));
+        PixelRow row = before;
+        RowToSpace(spans, from, to, bounds, row);
+        for (size_t x = 0; x < row.size(); ++x) {
+          const PixelCodes& c = before[x];
+          const Pixel p = ToYCbCr(Pixel(c[0], c[1], c[2], c[3], from), spans.y, spans.u, spans.v, to);
+          PixelCodes expected{p.Y(), p.U(), p.V(), p.A()};
+          for (size_t i = 0; i < 4; ++i) expected[i] = std::clamp(expected[i], bounds.least[i], bounds.most[i]);
+          ASSERT_EQ(row[x], expected) << from << ' ' << to << ' ' << spans.y << ' ' << x;
+        }
+      }
+}
+
 TEST(FormulaRows, AlphaIsScaledAndHeldToWhatThereIs) {
   PixelRow row = {{1, 2, 3, 219}, {1, 2, 3, 219}, {1, 2, 3, 0}, {1, 2, 3, 110}, {1, 2, 3, -5}, {1, 2, 3, 400}};
   ScaleAlpha(219, 255, 255, row);
