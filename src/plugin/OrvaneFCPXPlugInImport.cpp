@@ -34,11 +34,11 @@ void OrvaneFCPXPlugIn::doImportProject() {
     showAlert("OrvaneFCPX::ImportMessageBad", "OrvaneFCPX::ImportDetailsNoFPF", 0);
     return;
   }
-  auto& setting = *_apiManager->apiForProtocol<FxParameterSettingAPI_v2>();
-  setting.setIntValue(1, kGlobalMode, 0.0);
+  auto* setting = _apiManager->apiForProtocol<FxParameterSettingAPI_v2>();
+  if (setting) setting->setIntValue(1, kGlobalMode, 0.0);
 
   const auto project = ParseProjectFile(*text);
-  const bool good = project && takeProject(*project, *package, setting);
+  const bool good = project && setting && takeProject(*project, *package, *setting);  // what can't be kept isn't taken
   if (!good)
     showAlert("OrvaneFCPX::ImportMessageBad", "OrvaneFCPX::ImportDetailsBad", 0);
   else if (project->hasDimensions())

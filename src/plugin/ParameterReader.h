@@ -3,28 +3,29 @@
 #include "plugin/FxPlug.h"
 #include "plugin/OrvaneFCPXPlugIn.h"
 
-/// The effect's parameter values at one time. A value that the host doesn't have reads as 0 or false.
+/// The effect's parameter values at one time. A value that the host doesn't have, or doesn't hand out for want of the
+/// service, reads as 0 or false.
 class ParameterReader {
  public:
   ParameterReader(FxParameterRetrievalAPI* retrieval, double time) : api(retrieval), atTime(time) {}
 
-  bool readInt(unsigned id, int* value) const { return api->getIntValue(value, id, atTime); }
+  bool readInt(unsigned id, int* value) const { return api && api->getIntValue(value, id, atTime); }
 
   int intValue(unsigned id) const {
     int value = 0;
-    api->getIntValue(&value, id, atTime);
+    if (api) api->getIntValue(&value, id, atTime);
     return value;
   }
 
   bool boolValue(unsigned id) const {
     bool value = false;
-    api->getBoolValue(&value, id, atTime);
+    if (api) api->getBoolValue(&value, id, atTime);
     return value;
   }
 
   float floatValue(unsigned id) const {
     double value = 0.0;
-    api->getFloatValue(&value, id, atTime);
+    if (api) api->getFloatValue(&value, id, atTime);
     return static_cast<float>(value);
   }
 

@@ -130,6 +130,6 @@ std::optional<std::string> ReadUTF8File(const std::string& path) {
   std::ifstream in(path, std::ios::binary);
   std::ostringstream text;
   if (in.peek() != std::ifstream::traits_type::eof()) text << in.rdbuf();  // not even a folder's fault throws here
-  if (!in || !IsUTF8(text.view())) return std::nullopt;
+  if (!in || !text || !IsUTF8(text.view())) return std::nullopt;           // the fault is at the one that met it
   return text.str();
 }

@@ -210,7 +210,7 @@ class FakeHost : public FxAPIManager,
   std::vector<std::pair<double, FxRenderInfo>> requests;
   std::vector<double> progress;
   bool hasCreation = true, hasRetrieval = true, hasTiming = true, hasImages = true;
-  bool hasFirstVersions = true;  // of the parameter services; those after them are always there
+  bool hasFirstVersions = true, hasSecondVersions = true;  // of the parameter services
 
  protected:
   void* service(const std::type_info& protocol) override {
@@ -218,10 +218,12 @@ class FakeHost : public FxAPIManager,
       return hasCreation ? static_cast<FxParameterCreationAPI_v4*>(this) : nullptr;
     if (protocol == typeid(FxParameterRetrievalAPI))
       return hasRetrieval && hasFirstVersions ? static_cast<FxParameterRetrievalAPI*>(this) : nullptr;
-    if (protocol == typeid(FxParameterRetrievalAPI_v2)) return static_cast<FxParameterRetrievalAPI_v2*>(this);
+    if (protocol == typeid(FxParameterRetrievalAPI_v2))
+      return hasSecondVersions ? static_cast<FxParameterRetrievalAPI_v2*>(this) : nullptr;
     if (protocol == typeid(FxParameterSettingAPI))
       return hasFirstVersions ? static_cast<FxParameterSettingAPI*>(this) : nullptr;
-    if (protocol == typeid(FxParameterSettingAPI_v2)) return static_cast<FxParameterSettingAPI_v2*>(this);
+    if (protocol == typeid(FxParameterSettingAPI_v2))
+      return hasSecondVersions ? static_cast<FxParameterSettingAPI_v2*>(this) : nullptr;
     if (protocol == typeid(FxCustomParameterActionAPI)) return static_cast<FxCustomParameterActionAPI*>(this);
     if (protocol == typeid(FxTimingAPI)) return hasTiming ? static_cast<FxTimingAPI*>(this) : nullptr;
     if (protocol == typeid(FxTemporalImageAPI)) return hasImages ? static_cast<FxTemporalImageAPI*>(this) : nullptr;

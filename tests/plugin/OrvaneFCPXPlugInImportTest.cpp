@@ -4,6 +4,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cmath>
 #include <filesystem>
 #include <fstream>
@@ -245,6 +246,50 @@ TEST_F(ProjectImport, AFrameThatCannotBeHadLeavesTheSizeAsItWas) {
   ExpectGoodWithoutSize(Import("<sequence></sequence>" + kMotion + kFilters), "a host without frames");
 }
 
+TEST_F(ProjectImport, ASizeCountsWithoutMotionAndStaysWhereNoFrameCanBeHad) {
+  ExpectBad(Import(kSequence + kFilters));
+  host.draw = nullptr;
+  ExpectGoodWithoutSize(Import("<sequence></sequence>" + kMotion + kFilters));
+  EXPECT_EQ(StoredSize(), std::make_pair(200, 180)) << "of the import before";
+}
+
+TEST_F(ProjectImport, WithoutASizeTheFirstFrameIsAskedForWhateverTheMotion) {
+  for (const char* motion : {"", "<motion>missing</motion>"}) {
+    host.requests.clear();
+    ExpectBad(Import(std::string("<sequence></sequence>") + motion + kFilters), motion);
+    EXPECT_EQ(host.requests.size(), 1u) << motion;
+  }
+}
+
+TEST_F(ProjectImport, APlannerThatIsThereTakesTheNewSize) {
+  ExpectGood(Import(kWhole));
+  ExpectGood(Import("<sequence width='640' height='480'></sequence>" + kMotion + kFilters));
+  EXPECT_EQ(plugIn.ObjC_MP->analysedWidth, 640);
+  EXPECT_EQ(plugIn.ObjC_MP->analysedHeight, 480);
+}
+
+TEST_F(ProjectImport, AnOpenPanelForProjectsStartsAtHome) {
+  Import(kWhole);
+  ASSERT_EQ(platform.panels.size(), 1u);
+  EXPECT_EQ(platform.panels[0].title, "Select Orvane project");
+  EXPECT_EQ(platform.panels[0].allowedFileTypes, (std::vector<std::string>{"orvane", "ORVANE", "Orvane"}));
+  EXPECT_EQ(platform.panels[0].directory, "") << "the home folder";
+}
+
+TEST_F(ProjectImport, WithoutAChoiceNothingIsTouched) {
+  Write("project.fpf", kWhole);
+  platform.chosenItem.reset();
+  plugIn.doImportProject();
+  EXPECT_TRUE(host.touches.empty());
+  EXPECT_TRUE(platform.alerts.empty());
+}
+
+TEST_F(ProjectImport, AHostThatLacksTheServicesGetsItsAlert) {
+  host.hasSecondVersions = false;
+  ExpectBad(Import(kWhole));
+  EXPECT_TRUE(host.touches.empty());
+}
+
 TEST_F(ProjectImport, WithoutMotionOnlyTheModeIsSet) {
   ExpectBad(Import(kSequence + kRotation + kConfidence + kFilters));
   EXPECT_EQ(host.touches, Touches{"set to 1 200"});
@@ -375,6 +420,13 @@ TEST_F(ProjectImport, PathsAreTakenWithinThePackageUnlessAbsolute) {
         std::string("../beach.orvane/motion.set"), folder + "outside.set", package + "//motion.set"})
     ExpectGood(Import(kSequence + "<motion>" + path + "</motion>" + kFilters), path);
   ExpectBad(Import(kSequence + "<motion>/motion.set</motion>" + kFilters), "an absolute path isn't prefixed");
+  plugIn.ObjC_VC.reset();
+  ExpectGood(Import(kSequence + kMotion + "<premotion>" + package + "/rotation.set</premotion><motionConfidence>" +
+                    package + "/c.mconf</motionConfidence><filters>" + package +
+                    "/e.mfp</filters><completion><a source='" + package + "/data/g.gains'/></completion>"));
+  EXPECT_FALSE(StoredMotion()->getQAMotion()->hset.empty());
+  EXPECT_EQ(StoredEvents()->eventsX()->size(), 2u) << "those of the file";
+  EXPECT_EQ(plugIn.ObjC_VC->frameGains.size(), static_cast<size_t>(frames));
   platform.chosenItem = package + "/";
   ExpectGood(Import(kSequence + kMotion + kFilters), "a slash behind the package");
 }
@@ -416,6 +468,15 @@ TEST_F(ProjectImport, MotionRotationAndSizeAreStoredAndFullyTrusted) {
   EXPECT_NEAR(m(1, 0), std::sin(Roll(7)), 1e-9);
   for (int frame = 0; frame < frames; ++frame) EXPECT_EQ(stored->getConfidence()->Get(frame), 1.0f) << "not 0.5";
   EXPECT_TRUE(plugIn.ObjC_MP->rotationMode);
+}
+
+TEST_F(ProjectImport, ConfidenceOfFramesWithoutMotionIsTheFiles) {
+  MotionConfidenceSet confidence;
+  for (const int frame : {3, frames + 5}) confidence.Set(frame, 0.25f);
+  ASSERT_TRUE(confidence.Save((package + "/c.mconf").c_str()));
+  ExpectGood(Import(kWhole));
+  EXPECT_EQ(plugIn.ObjC_TRKME->confidence()->Get(3), 1.0f);
+  EXPECT_EQ(plugIn.ObjC_TRKME->confidence()->Get(frames + 5), 0.25f);
 }
 
 TEST_F(ProjectImport, EventsAndFitsAreStoredAsTheFileTellsThem) {
@@ -462,13 +523,21 @@ TEST_F(ProjectImport, OptionalFilesMayBeMissingOrOfAnotherKind) {
   Write("empty", "");
   for (const std::string path : {"missing", ".", "data", "pipe", "/dev/zero", "text", "empty", "../missing/x"}) {
     ExpectGood(Import(kSequence + kMotion + "<premotion>" + path + "</premotion><motionConfidence>" + path +
-                      "</motionConfidence>" + kFilters + "<completion source='" + path + "'><a source='" + path +
-                      "'></completion>"),
+                      "</motionConfidence>" + kFilters + "<completion><a source='" + path + "'></completion>"),
                path);
     EXPECT_TRUE(StoredMotion()->getQAMotion()->hset.empty()) << path;
     EXPECT_EQ(StoredMotion()->getConfidence()->Get(3), 1.0f) << path;
     EXPECT_TRUE(plugIn.ObjC_VC->frameGains.empty()) << path;
+    EXPECT_EQ(std::ranges::count(log, "Failed to load gains"), 1) << path;
+    log.clear();
   }
+}
+
+TEST_F(ProjectImport, GainsStayWithoutACompletionAndComeWithABadImport) {
+  ExpectBad(Import(kSequence + kMotion + kGains));
+  EXPECT_EQ(plugIn.ObjC_VC->frameGains.size(), static_cast<size_t>(frames));
+  ExpectGood(Import(kSequence + kMotion + kFilters));
+  EXPECT_EQ(plugIn.ObjC_VC->frameGains.size(), static_cast<size_t>(frames));
 }
 
 TEST_F(ProjectImport, AMotionFileThatCannotBeReadFailsTheImport) {
@@ -509,6 +578,8 @@ TEST_F(ProjectImport, EventsThatCannotBeReadAreSoughtAndThePlanStands) {
     EXPECT_EQ(StoredEvents()->eventsX()->front().begin_frame, 0) << path;
     EXPECT_EQ(StoredEvents()->eventsX()->back().end_frame, frames - 1) << path;
     EXPECT_EQ(plugIn.ObjC_MP->compensatingMotion()->hset.size(), static_cast<size_t>(frames)) << path;
+    EXPECT_EQ(plugIn.ObjC_VC->outputMotion.hset.size(), static_cast<size_t>(frames)) << path;
+    plugIn.ObjC_VC.reset();
   }
 }
 
