@@ -124,6 +124,9 @@ class Inspection {
     if (project.hasDimensions() && (project.width <= 0 || project.height <= 0))
       return index() + ": gives its frames " + std::to_string(project.width) + " x " + std::to_string(project.height) +
              " pixels, which none have; put their size there, or leave out width and height to take the clip's";
+    if (estimator.motion()->range.data.empty())
+      return full(*project.motion) + ": tells no range of frames, without which its motion can't be stored; get a " +
+             "whole copy of the project, or run `orvane analyse` on the clip";
     if (const std::vector<int> frames = UnusableMotion(*estimator.motion()); !frames.empty())
       return full(*project.motion) + ": " + unusableText("motion", frames) +
              "; get a whole copy of the project, or run `orvane analyse` on the clip";
@@ -171,8 +174,11 @@ class Inspection {
 
   void noteGains(std::vector<std::string>* notes) const {
     const std::string file = readable(project.gains, gainsForm);
-    if (file.empty() || AGCStorage().Load(file.c_str())) return;
-    notes->push_back(file + ": is damaged or cut short; the project names it as its gains, and does without");
+    if (file.empty()) return;
+    notes->push_back(AGCStorage().Load(file.c_str())
+                         ? file + ": gains of brightness aren't kept after an import; `orvane analyse --again` " +
+                               "measures them anew, and the motion with them"
+                         : file + ": is damaged or cut short; the project names it as its gains, and does without");
   }
 
   const std::string& package;

@@ -7,6 +7,7 @@
 #include <nlohmann/json.hpp>
 #include <sstream>
 
+#include "analysis/HomographySet.h"
 #include "film/CommandLineFixture.h"
 #include "film/Session.h"
 #include "film/Warnings.h"
@@ -166,7 +167,7 @@ TEST_F(ImportCommandTest, WhatTheProjectLeavesOpenIsTold) {
   fs::remove(package + "/rotation.set");
   WriteAll(package + "/motion.mconf", "RIFF");
   EXPECT_THAT(import().err, AllOf(HasSubstr("rotation.set: is missing"), HasSubstr("motion.mconf: is no MCONF file"),
-                                  Not(HasSubstr("gains"))));
+                                  HasSubstr("gains.agc: gains of brightness aren't kept after an import")));
   WriteAll(package + "/motion.set", "HSET\n0 1 0 0 0 1 0 0 0 1\n1 1 0 2 0 1 0 0 0 1\n");
   const Outcome outcome = import();
   EXPECT_EQ(outcome.status, 0) << outcome.err;
@@ -327,6 +328,16 @@ TEST_F(ImportCommandTest, MotionThatNoCameraMakesIsTurnedDownInPlainWords) {
                 package + "/rotation.set: the rotation of 1 frame (3) can't be used", "<premotion>");
 }
 
+TEST_F(ImportCommandTest, MotionThatBelongsToNoFramesIsTurnedDown) {
+  WriteAll(fresh, ReadAll(document));
+  Vorn::HomographySet motion;
+  for (int frame = 0; frame < clipFrames; ++frame) motion.Set(frame, Vorn::Matrix::GetIdentity(3));
+  ASSERT_TRUE(motion.Save((package + "/motion.set").c_str()));
+  expectRefusal({"import", package, clip, "--effect", fresh}, 1, package + "/motion.set: tells no range of frames",
+                "orvane analyse");
+  EXPECT_EQ(ReadAll(fresh), ReadAll(document));
+}
+
 TEST_F(ImportCommandTest, WhatIsLostOfDamagedFilesIsTold) {
   const std::string rotation = ReadAll(package + "/rotation.set"), gains = ReadAll(package + "/gains.agc");
   constexpr size_t record = 48;  // bytes of a frame's matrix
@@ -346,7 +357,7 @@ TEST_F(ImportCommandTest, WhatIsLostOfDamagedFilesIsTold) {
   WriteAll(package + "/motion.mconf", "MCONF\n");
   const Outcome without = import();
   EXPECT_THAT(without.err, AllOf(HasSubstr("names it as its rotation, and does without"),
-                                 HasSubstr("motion.mconf: holds no frames"), Not(HasSubstr("gains"))));
+                                 HasSubstr("motion.mconf: holds no frames"), Not(HasSubstr("its gains"))));
   expectOwnLinesOnly(without.err);
 }
 
