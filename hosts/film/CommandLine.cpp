@@ -12,6 +12,7 @@
 #include "film/Interrupt.h"
 #include "film/Libav.h"
 #include "film/Presets.h"
+#include "film/ProjectPackage.h"
 #include "film/RunFiles.h"
 #include "film/Streams.h"
 #include "film/Subcommands.h"
@@ -58,16 +59,19 @@ std::vector<std::string> filesOf(const Arguments& arguments) {
   const SessionOptions& session = arguments.session;
   const ExportOptions& files = arguments.files;
   const PresetsOptions& preset = arguments.presetFile;
-  return {session.clip,         documentOf(session.clip, session.effectPath),
-          preset.clip,          documentOf(preset.clip, preset.effectPath),
-          preset.save,          arguments.log,
-          arguments.truth,      files.motion,
-          files.rotation,       files.confidence,
-          files.events,         files.gains,
-          files.compensation,   files.design,
-          files.package,        arguments.package,
-          arguments.tracks,     arguments.render.out,
-          arguments.convert.in, arguments.convert.out};
+  std::vector<std::string> named{session.clip,         documentOf(session.clip, session.effectPath),
+                                 preset.clip,          documentOf(preset.clip, preset.effectPath),
+                                 preset.save,          arguments.log,
+                                 arguments.truth,      files.motion,
+                                 files.rotation,       files.confidence,
+                                 files.events,         files.gains,
+                                 files.compensation,   files.design,
+                                 files.package,        arguments.package,
+                                 arguments.tracks,     arguments.render.out,
+                                 arguments.convert.in, arguments.convert.out};
+  const std::vector<std::string> packaged = PackagePaths(files.package);
+  named.insert(named.end(), packaged.begin(), packaged.end());
+  return named;
 }
 
 /// What a run only reads, and may read twice, must not be one of the files that it writes.

@@ -32,15 +32,6 @@ std::string bytesOf(const std::string& path, const Writer& writer) {
   return memory.contents();
 }
 
-/// An export is made anew without asking; what it could be mistaken for isn't.
-void checkReplaceable(const std::string& path) {
-  std::error_code error;
-  if (!fs::is_regular_file(path, error) || fs::file_size(path, error) == 0) return;
-  const StoredFormat* format = FormatOf(path);
-  if (!format || std::string_view(format->name) == DocumentFormat().name)
-    throw Failure(path + ": this is no exported file, and would be lost; choose another name");
-}
-
 void writeWith(const std::string& path, const Writer& writer) {
   if (!path.empty()) OutputFile::write(path, bytesOf(path, writer));
 }
@@ -74,15 +65,16 @@ void writePackage(const std::string& package, const SerialisedMotion& motion, AG
   PackageContents contents(package);
   contents.index.sized = true;
   motion.getAnalysisWidth(&contents.index.width, &contents.index.height);
-  contents.add(&ProjectFile::motion, "motion.set", [&](const char* path) { return motion.getMotion()->Save(path); });
+  contents.add(&ProjectFile::motion, package_names::motion,
+               [&](const char* path) { return motion.getMotion()->Save(path); });
   if (!motion.getQAMotion()->hset.empty())
-    contents.add(&ProjectFile::rotation, "rotation.set",
+    contents.add(&ProjectFile::rotation, package_names::rotation,
                  [&](const char* path) { return motion.getQAMotion()->Save(path); });
-  contents.add(&ProjectFile::confidence, "motion.mconf",
+  contents.add(&ProjectFile::confidence, package_names::confidence,
                [&](const char* path) { return motion.getConfidence()->Save(path); });
-  contents.add(&ProjectFile::events, "events.mfp", [&](const char* path) { return planner.lcf->Save(path); });
+  contents.add(&ProjectFile::events, package_names::events, [&](const char* path) { return planner.lcf->Save(path); });
   if (!gains.gains.empty())
-    contents.add(&ProjectFile::gains, "gains.agc", [&](const char* path) { return gains.Save(path); });
+    contents.add(&ProjectFile::gains, package_names::gains, [&](const char* path) { return gains.Save(path); });
   WritePackage(package, contents.index, contents.files, force);
 }
 
@@ -101,7 +93,7 @@ ExitStatus Export(const SessionOptions& options, const ExportOptions& files) {
   const std::string package = files.package.empty() ? "" : PackageName(files.package);
   for (const std::string& file :
        {files.motion, files.rotation, files.confidence, files.events, files.gains, files.compensation, files.design})
-    checkReplaceable(file);
+    CheckExportReplaceable(file);
   Session session(options);
   session.requireAnalysis();
   session.effect().showFirstFrame();

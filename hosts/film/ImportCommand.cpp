@@ -19,6 +19,16 @@ bool isForPeople(ProgressStyle style) { return style == ProgressStyle::Bar || st
   throw Failure(line + ")");
 }
 
+/// Fails if none of the motion is of the clip's frames.
+void checkIsOfClip(const ClipContents& clip, const std::string& package, const PackageFaults& faults) {
+  const std::vector<int> frames = FramesOf(clip, faults.moved);
+  const int last = clip.identity.frames - 1;
+  if (frames.empty() || (frames.front() <= last && frames.back() >= 0)) return;
+  throw Failure(package + ": its motion is that of the frames " + std::to_string(frames.front()) + " to " +
+                std::to_string(frames.back()) + ", and " + clip.path + " has 0 to " + std::to_string(last) +
+                "; import it for the clip that it was made of");
+}
+
 /// What the alert doesn't say.
 std::vector<std::string> notesOn(Session& session, const std::string& package, const PackageFaults& faults) {
   std::vector<std::string> notes = faults.notes;
@@ -52,6 +62,7 @@ ExitStatus Import(const SessionOptions& options, const std::string& given) {
   session.checkDocumentCanBeWritten();
   const PackageFaults faults = FindPackageFaults(package);
   if (!faults.useless.empty()) throw Failure(faults.useless);  // before it takes the place of what is stored
+  checkIsOfClip(session.contents(), package, faults);
   const std::optional<ProjectImport> result = session.importProject(package);
   if (!result) throw Failure(package + ": the effect takes no such project");
   if (!result->good) failToImport(session, package, *result, faults);

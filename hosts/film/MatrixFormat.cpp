@@ -53,7 +53,7 @@ Description describe(const std::string& path) {
 }
 
 std::string lines(const Description& d) {
-  std::string text = Line("matrix", d["rows"].dump() + " rows of " + Count(d["columns"], "value", "values"));
+  std::string text = Line("matrix", Count(d["rows"], "row", "rows") + " of " + Count(d["columns"], "value", "values"));
   if (d["rows"] > mostShown || d["columns"] > mostShown) return text;
   for (const Description& row : d["values"]) {
     std::string line;

@@ -11,6 +11,7 @@
 #include "film/EngineMessages.h"
 #include "film/UsableMotion.h"
 #include "film/Warnings.h"
+#include "planning/LocalCorrect.h"
 #include "plugin/OrvaneFCPXPlugIn.h"
 #include "plugin/ProjectFile.h"
 #include "rendering/AGCStorage.h"
@@ -63,6 +64,9 @@ std::string indexFault(const std::string& package) {
   return index + ": " + (fault.empty() ? "can't be read, is larger than any index, or isn't text in UTF-8" : fault);
 }
 
+/// Whether a frame can be so many pixels wide or high: more than any codec takes is none.
+bool isSide(int pixels) { return pixels > 0 && pixels <= 65'536; }
+
 /// "the motion of 2 frames (4, 7) can't be used"
 std::string unusableText(const char* what, const std::vector<int>& frames) {
   return std::string("the ") + what + " of " + CountedFrames(frames) + " can't be used";
@@ -79,6 +83,7 @@ class Inspection {
 
   PackageFaults faults() {
     PackageFaults found;
+    for (const Vorn::HomographyFrame& frame : estimator.motion()->hset) found.moved.push_back(frame.frame);
     found.fatal = motionFault();
     if (found.fatal.empty()) found.fatal = eventsFault();
     if (loaded) found.useless = whyUseless();
@@ -121,7 +126,7 @@ class Inspection {
   }
 
   std::string whyUseless() {
-    if (project.hasDimensions() && (project.width <= 0 || project.height <= 0))
+    if (project.hasDimensions() && !(isSide(project.width) && isSide(project.height)))
       return index() + ": gives its frames " + std::to_string(project.width) + " x " + std::to_string(project.height) +
              " pixels, which none have; put their size there, or leave out width and height to take the clip's";
     if (estimator.motion()->range.data.empty())
@@ -133,6 +138,11 @@ class Inspection {
     if (const std::vector<int> frames = UnusableRotation(*estimator.qamotion()); !frames.empty())
       return full(*project.rotation) + ": " + unusableText("rotation", frames) +
              "; get a whole copy of the project, or take <premotion> out of project.fpf to do without";
+    const std::string events = readable(project.events, eventsForm);
+    LocalCorrect plan(nullptr);
+    if (!events.empty() && plan.Load(events.c_str()) && !(IsUsablePath(plan.filtersX) && IsUsablePath(plan.filtersY)))
+      return events + ": plans a path that leaves every picture, or is none; get a whole copy of the project, or run " +
+             "`orvane analyse` on the clip";
     return {};
   }
 

@@ -10,6 +10,7 @@ struct PackageFaults {
   std::string fatal;               ///< why it couldn't be taken over; meant for one that wasn't
   std::string useless;             ///< why nothing can be rendered from it, although the effect takes it; else empty
   std::vector<std::string> notes;  ///< files that can be done without and weren't read, or not to their end
+  std::vector<int> moved;          ///< the frames that have motion, as the effect counts them
   std::string confidenceFile;
   std::vector<int> uncertain;  ///< frames of low confidence by that file, which count as certain once imported
 };

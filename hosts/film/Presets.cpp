@@ -92,7 +92,7 @@ SettingChange settingOf(const std::string& path, const std::string& name, const 
   if (!option) throw Failure(path + ": \"" + name + "\" is no setting; the settings are " + knownSettings());
   const std::string text = textOf(value);
   if (value.is_structured() || value.is_null() || value.is_number() != option->words.empty())
-    throw Failure(path + ": \"" + name + "\": " + text.substr(0, 40) + " isn't a value that it has; give " +
+    throw Failure(path + ": \"" + name + "\": " + JsonText(value).substr(0, 40) + " isn't a value that it has; give " +
                   ChoiceText(*option));
   try {
     return {option->id, ReadSetting(*option, text)};

@@ -50,6 +50,7 @@ Description contentsOf(const std::string& path, const Part& part) {
   CheckReadable(path);
   std::error_code error;
   if (!fs::exists(path, error)) throw Failure(path + ": is missing");
+  if (fs::is_directory(path, error)) throw Failure(path + ": is a folder");
   const StoredFormat* format = FormatOf(path);
   if (!format || (std::string_view(format->name) != part.formats[0] && format->name != std::string(part.formats[1])))
     throw Failure(path + ": is no " + part.formats[0] + " file");
@@ -58,6 +59,10 @@ Description contentsOf(const std::string& path, const Part& part) {
 
 Description describePart(const std::string& folder, const std::string& path, const Part& part) {
   Description row{{"holds", part.holds}, {"path", path}};
+  if (path.empty()) {
+    row["fault"] = folder + ": names no file as its " + part.holds;
+    return row;
+  }
   const std::string full = OrvaneFCPXPlugIn::getFullPath(path, folder);
   try {
     row["contents"] = contentsOf(full, part);

@@ -103,6 +103,15 @@ void CheckReadable(const std::string& path) {
   close(file);
 }
 
+void CheckExportReplaceable(const std::string& path) {
+  namespace fs = std::filesystem;
+  std::error_code error;
+  if (!fs::is_regular_file(path, error) || fs::file_size(path, error) == 0) return;
+  const StoredFormat* format = FormatOf(path);
+  if (!format || std::string_view(format->name) == DocumentFormat().name)
+    throw Failure(path + ": this is no exported file, and would be lost; choose another name");
+}
+
 Description Describe(const StoredFormat& format, const std::string& path) {
   checkLineEnds(path);
   EngineMessages messages;

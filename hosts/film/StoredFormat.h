@@ -44,6 +44,10 @@ const StoredFormat* AnyFormatOf(const std::string& path);
 /// pipe or a device. A folder passes, and so does what isn't there.
 void CheckReadable(const std::string& path);
 
+/// Fails if what lies there isn't a file that an export makes: such a one is made anew without asking, what it could be
+/// mistaken for isn't.
+void CheckExportReplaceable(const std::string& path);
+
 /// What a file of a format holds. A file that the library has complaints about isn't complete; they go to the log.
 /// Fails if nothing of it can be told.
 Description Describe(const StoredFormat& format, const std::string& path);

@@ -43,6 +43,13 @@ std::vector<int> framesThatArent(bool (*usable)(const Matrix& m), const Homograp
 
 }  // namespace
 
+bool IsUsablePath(const std::vector<MotionFixParams>& fits) {
+  const auto isNear = [](float pixels) { return std::abs(pixels) < 1e6f; };
+  return std::all_of(fits.begin(), fits.end(), [&](const MotionFixParams& fit) {
+    return isNear(fit.gradient) && isNear(fit.gradient_in) && isNear(fit.start_pos) && isNear(fit.end_pos);
+  });
+}
+
 std::vector<int> UnusableMotion(const HomographySet& motion) { return framesThatArent(isMotion, motion); }
 
 std::vector<int> UnusableRotation(const HomographySet& rotation) { return framesThatArent(isRotation, rotation); }

@@ -267,6 +267,8 @@ TEST_F(ImportCommandTest, ASizeThatNoFrameHasIsTurnedDownBeforeAnythingIsReplace
        std::vector<std::pair<std::string, std::string>>{{"width='0' height='144'", "0 x 144"},
                                                         {"width='-5' height='10'", "-5 x 10"},
                                                         {"width='192' height='-1'", "192 x -1"},
+                                                        {"width='65537' height='144'", "65537 x 144"},
+                                                        {"width='99999999999' height='1'", "1000000000 x 1"},
                                                         {"width='abc' height='abc'", "0 x 0"}}) {
     index("<sequence " + attributes + "></sequence>" + kMotion + kFilters);
     expectRefusal({"import", package, clip, "--effect", fresh}, 1, package + "/project.fpf: gives its frames " + size,
@@ -295,8 +297,8 @@ TEST_F(ImportCommandTest, ASizeOtherThanTheClipsIsToldWithBoth) {
 }
 
 TEST_F(ImportCommandTest, SizesFarFromTheClipsDoNoHarm) {
-  for (const std::string attributes : {"width='1' height='1'", "width='2000000000' height='1'",
-                                       "width='1' height='2147483647'", "width='999999999999' height='999999999999'"}) {
+  for (const std::string attributes : {"width='1' height='1'", "width='65536' height='1'", "width='1' height='65536'",
+                                       "width='65536' height='65536'"}) {
     index("<sequence " + attributes + "></sequence>" + kMotion + kFilters);
     EXPECT_EQ(import().status, 0) << attributes;
     for (const char* rendering : {"natural", "crop", "zoom", "complete"}) {
@@ -336,6 +338,30 @@ TEST_F(ImportCommandTest, MotionThatBelongsToNoFramesIsTurnedDown) {
   expectRefusal({"import", package, clip, "--effect", fresh}, 1, package + "/motion.set: tells no range of frames",
                 "orvane analyse");
   EXPECT_EQ(ReadAll(fresh), ReadAll(document));
+}
+
+TEST_F(ImportCommandTest, APathThatLeavesEveryPictureIsTurnedDown) {
+  WriteAll(fresh, ReadAll(document));
+  for (const char* position : {"nan nan 0", "1e30 1e30 0", "0 0 -inf"}) {
+    WriteAll(package + "/events.mfp", std::string("MFP3\nH 1\n0 Hold\n0 13\n0 0 0 0\n0 0 0\n0 G\n") +
+                                          "V 1\n0 Hold\n0 13\n0 0 0 0\n" + position + "\n0 G\n");
+    expectRefusal({"import", package, clip, "--effect", fresh}, 1,
+                  package + "/events.mfp: plans a path that leaves every picture", "orvane analyse");
+    EXPECT_EQ(ReadAll(fresh), ReadAll(document)) << position;
+  }
+}
+
+TEST_F(ImportCommandTest, MotionOfOtherFramesThanTheClipsIsTurnedDown) {
+  WriteAll(fresh, ReadAll(document));
+  for (const int first : {-500, clipFrames}) {
+    std::string text = "HSET\n";
+    for (int frame = first; frame < first + 4; ++frame) text += std::to_string(frame) + " 1 0 0 0 1 0 0 0 1\n";
+    WriteAll(package + "/motion.set", text);
+    expectRefusal({"import", package, clip, "--effect", fresh}, 1,
+                  "its motion is that of the frames " + std::to_string(first) + " to " + std::to_string(first + 3),
+                  "has 0 to 13");
+    EXPECT_EQ(ReadAll(fresh), ReadAll(document));
+  }
 }
 
 TEST_F(ImportCommandTest, WhatIsLostOfDamagedFilesIsTold) {
@@ -430,6 +456,23 @@ TEST_F(ImportCommandTest, AnExistingPackageIsReplacedByForceOnly) {
   EXPECT_EQ(ReadAll(package + "/motion.set").substr(0, 4), "RIFF");
   EXPECT_EQ(ReadAll(package + "/notes.txt"), "mine") << "what else lies in it stays";
   EXPECT_THAT(folder.names(), Not(Contains(testing::StartsWith("."))));
+}
+
+TEST_F(ImportCommandTest, AnExportIntoAPackageLosesNoOtherFile) {
+  const std::string inside = package + "/motion.mconf";
+  WriteAll(inside, "shopping list\n");
+  expectRefusal({"export", clip, "--package", package, "--force"}, 1, inside + ": this is no exported file",
+                "choose another name");
+  EXPECT_EQ(ReadAll(inside), "shopping list\n");
+  fs::remove(inside);
+  index("another application's\n");
+  expectRefusal({"export", clip, "--package", package, "--force"}, 1, "project.fpf: this is no index of a project",
+                "choose another name");
+  index("");
+  fs::rename(document, package + "/events.mfp");
+  expectRefusal({"export", clip, "--effect", package + "/events.mfp", "--package", package, "--force"}, 2,
+                package + "/events.mfp: the same run needs this name", "choose another name");
+  EXPECT_THAT(ReadAll(package + "/events.mfp"), HasSubstr("archives"));
 }
 
 TEST_F(ImportCommandTest, APackageThatCannotBeWrittenIsTold) {
