@@ -449,9 +449,9 @@ TEST_F(ImportCommandTest, APackageHoldsItsIndexAndWhatItNames) {
 
 TEST_F(ImportCommandTest, AnExistingPackageIsReplacedByForceOnly) {
   WriteAll(package + "/notes.txt", "mine");
-  WriteAll(package + "/motion.set", "old");
+  WriteAll(package + "/motion.set", "HSET\n");
   expectRefusal({"export", clip, "--package", package}, 1, package, "--force");
-  EXPECT_EQ(ReadAll(package + "/motion.set"), "old");
+  EXPECT_EQ(ReadAll(package + "/motion.set"), "HSET\n");
   EXPECT_EQ(run({"export", clip, "--package", package + "/", "--force"}).status, 0);
   EXPECT_EQ(ReadAll(package + "/motion.set").substr(0, 4), "RIFF");
   EXPECT_EQ(ReadAll(package + "/notes.txt"), "mine") << "what else lies in it stays";

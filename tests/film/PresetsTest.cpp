@@ -63,7 +63,7 @@ TEST_F(PresetsTest, WhatAFileMayNotHoldIsNamedWithTheFile) {
   EXPECT_EQ(refusalOf(R"({"smoothing": 2.5})"),
             file + ": \"smoothing\": 2.5 isn't a value that it has; give a whole number from 1 to 100");
   EXPECT_EQ(refusalOf(R"({"smoothing": "40"})"),
-            file + ": \"smoothing\": 40 isn't a value that it has; give a whole number from 1 to 100");
+            file + ": \"smoothing\": \"40\" isn't a value that it has; give a whole number from 1 to 100");
   EXPECT_EQ(refusalOf(R"({"zoom-amount": 2.01})"),
             file + ": \"zoom-amount\": 2.01 isn't a value that it has; give a number from 1.00 to 2.00");
   EXPECT_EQ(refusalOf(R"({"events": "some"})"),
