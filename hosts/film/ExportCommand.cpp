@@ -1,6 +1,5 @@
 #include <cerrno>
 #include <cstdio>
-#include <filesystem>
 #include <functional>
 #include <optional>
 #include <utility>
@@ -17,8 +16,6 @@
 #include "planning/MotionProcessorFCPX.h"
 #include "plugin/SerialisedAGC.h"
 #include "plugin/SerialisedMotion.h"
-
-namespace fs = std::filesystem;
 
 namespace film {
 namespace {
