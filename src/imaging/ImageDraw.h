@@ -14,9 +14,9 @@ class Pixel;
 /// outside the image is left out. Pixels are in the image's own space, as `Image::operator()` gives them.
 class ImageDraw {
  public:
-  ImageDraw() = default;                                 ///< Draws nowhere.
+  ImageDraw() = default;                                 ///< Nothing is drawn.
   explicit ImageDraw(Image& target) : image(&target) {}  ///< The image is lent.
-  explicit ImageDraw(Image* target) : image(target) {}   ///< Null draws nowhere.
+  explicit ImageDraw(Image* target) : image(target) {}   ///< With null nothing is drawn.
 
   /// Lists every pixel of the line, both ends included, in place of what `out` held (J. E. Bresenham, "Algorithm for
   /// computer control of a digital plotter", IBM Systems Journal 1965). The order depends on the line alone, never on
